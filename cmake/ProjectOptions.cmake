@@ -1,0 +1,11 @@
+# Compile and link options that every target of this project shares.
+add_library(project_options INTERFACE)
+target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(project_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fno-omit-frame-pointer)
+target_link_libraries(project_options INTERFACE Threads::Threads)
+if(MCU_SANITIZE)
+    target_compile_options(project_options INTERFACE -fsanitize=${MCU_SANITIZE}
+        -fno-sanitize-recover=all)
+    target_link_options(project_options INTERFACE -fsanitize=${MCU_SANITIZE})
+endif()
