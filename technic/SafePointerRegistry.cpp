@@ -1,0 +1,135 @@
+#include "technic/SafePointerRegistry.h"
+
+#include <array>
+#include <cstdio>
+
+#include "technic/KdRuntimeError.h"
+#include "technic/SourceLocation.h"
+#include "technic/TrackedAlloc.h"
+
+namespace {
+
+constexpr std::uint32_t kBitsPerWord = 32;
+constexpr std::uint32_t kGrowthRecords = 128;
+constexpr std::uint32_t kFullWord = 0xFFFFFFFF;
+constexpr std::size_t kWarningRecords = 19000;
+constexpr std::size_t kMostRecords = 20000;
+
+// Holds a cell for a scope.
+class CellGuard {
+  public:
+    explicit CellGuard(MutexCell& cell) : m_cell(cell) { m_cell.lock(); }
+    ~CellGuard() { m_cell.unlock(); }
+    CellGuard(const CellGuard&) = delete;
+    CellGuard& operator=(const CellGuard&) = delete;
+
+  private:
+    MutexCell& m_cell;
+};
+
+unsigned addressOf(const void* object) {
+    return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(object));
+}
+
+}  // namespace
+
+SafePointerRegistry::SafePointerRegistry() {
+    m_mutex.init();
+    grow();
+}
+
+SafePointerRegistry& SafePointerRegistry::instance() {
+    static SafePointerRegistry& registry = *new (KD_HERE) SafePointerRegistry;
+    return registry;
+}
+
+SafePointerRecord* SafePointerRegistry::allocate(const void* object, const char* typeName) {
+    const CellGuard guard(m_mutex);
+    std::optional<std::uint32_t> index = findFree();
+    if (!index) {
+        if (m_records.size() > kMostRecords) {
+            throw KdRuntimeError("too much safe poniter");
+        }
+        index = static_cast<std::uint32_t>(m_records.size());
+        grow();
+    }
+    m_usedBits[*index / kBitsPerWord] |= 1U << (*index % kBitsPerWord);
+    SafePointerRecord* record = m_records[*index].get();
+    record->reset();
+    record->setObject(object);
+    if (m_records.size() > kWarningRecords) {
+        std::printf(
+            "Warning:too many SafePointer! new %s, pointer = 0x%08x, current SafePointor total num "
+            "= %d\n",
+            typeName, addressOf(object), static_cast<int>(m_records.size()));
+    }
+    return record;
+}
+
+void SafePointerRegistry::free(SafePointerRecord* record, const char* typeName) {
+    const CellGuard guard(m_mutex);
+    const std::uint32_t index = record->getIndex();
+    if (!isUsed(index)) {
+        std::array<char, 128> text{};
+        (void)std::snprintf(text.data(), text.size(), "double free poniter(0x%08x)",
+                            addressOf(record->getObject()));
+        throw KdRuntimeError(text.data());
+    }
+    m_usedBits[index / kBitsPerWord] &= ~(1U << (index % kBitsPerWord));
+    record->setObject(nullptr);
+    m_lastFreed = index;
+    if (m_records.size() > kWarningRecords) {
+        // The object is cleared already, so the warning always shows address 0; kept as it is.
+        std::printf(
+            "Warning:too many SafePointer! delete %s, pointer = 0x%08x, current SafePointor total "
+            "num = %d\n",
+            typeName, addressOf(record->getObject()), static_cast<int>(m_records.size()));
+    }
+}
+
+std::size_t SafePointerRegistry::recordCount() {
+    const CellGuard guard(m_mutex);
+    return m_records.size();
+}
+
+bool SafePointerRegistry::isUsed(std::uint32_t index) const {
+    return (m_usedBits[index / kBitsPerWord] >> (index % kBitsPerWord) & 1U) != 0;
+}
+
+// First fit from the hint's word on, wrapping once; the hint slot itself is never a candidate.
+std::optional<std::uint32_t> SafePointerRegistry::findFree() const {
+    const std::uint32_t hintWord = m_lastFreed / kBitsPerWord;
+    for (std::uint32_t bit = 0; bit < kBitsPerWord; ++bit) {
+        const std::uint32_t index = hintWord * kBitsPerWord + bit;
+        if (index != m_lastFreed && !isUsed(index)) {
+            return index;
+        }
+    }
+    const auto wordCount = static_cast<std::uint32_t>(m_usedBits.size());
+    const std::optional<std::uint32_t> after = findFreeInWords(hintWord + 1, wordCount);
+    return after ? after : findFreeInWords(0, hintWord);
+}
+
+std::optional<std::uint32_t> SafePointerRegistry::findFreeInWords(std::uint32_t first,
+                                                                  std::uint32_t end) const {
+    for (std::uint32_t word = first; word < end; ++word) {
+        if (m_usedBits[word] == kFullWord) {
+            continue;
+        }
+        for (std::uint32_t bit = 0; bit < kBitsPerWord; ++bit) {
+            if (!isUsed(word * kBitsPerWord + bit)) {
+                return word * kBitsPerWord + bit;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+void SafePointerRegistry::grow() {
+    const auto first = static_cast<std::uint32_t>(m_records.size());
+    m_records.reserve(first + kGrowthRecords);
+    for (std::uint32_t i = 0; i < kGrowthRecords; ++i) {
+        m_records.emplace_back(new (KD_HERE) SafePointerRecord(first + i));
+    }
+    m_usedBits.resize(m_usedBits.size() + kGrowthRecords / kBitsPerWord, 0);
+}

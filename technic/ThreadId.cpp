@@ -1,0 +1,7 @@
+#include "technic/ThreadId.h"
+
+#include <unistd.h>
+
+int currentThreadId() {
+    return gettid();
+}

@@ -1,0 +1,4 @@
+#pragma once
+
+// The kernel thread id of the calling thread.
+int currentThreadId();
