@@ -1,0 +1,332 @@
+#include "simulator/mcu/Mcu.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "simulator/mcu/XmodemBlock.h"
+
+namespace {
+
+constexpr std::uint8_t kStateApplication = 0;
+constexpr std::uint8_t kStateBoot = 1;
+constexpr std::uint8_t kAccepted = 0;
+constexpr std::uint8_t kRefused = 1;
+constexpr std::size_t kVersionLength = 3;
+
+Bytes readImage(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    Bytes image{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (!in) {
+        throw std::runtime_error(fmt::format("{}: the image cannot be read", path));
+    }
+    return image;
+}
+
+// Bytes of an image from the last back to the first, as replies carry them.
+Bytes backwards(const Bytes& image, std::size_t position, std::size_t length) {
+    const auto first = image.begin() + static_cast<std::ptrdiff_t>(position);
+    Bytes bytes(first, first + static_cast<std::ptrdiff_t>(length));
+    std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+}
+
+bool isQuestion(RequestKind kind) {
+    return kind == RequestKind::Version || kind == RequestKind::State ||
+           kind == RequestKind::Hardware || kind == RequestKind::Update;
+}
+
+// Orders that a host may give while it waits for a reception to begin.
+bool leavesTransferAlone(RequestKind kind) {
+    return kind == RequestKind::StopUpload || kind == RequestKind::StartUpload ||
+           kind == RequestKind::AlarmOff;
+}
+
+const char* replyMeaning(RequestKind kind) {
+    switch (kind) {
+        case RequestKind::Version:
+            return "version reply";
+        case RequestKind::State:
+            return "state reply";
+        case RequestKind::Hardware:
+            return "hardware reply";
+        default:
+            return "update reply";
+    }
+}
+
+}  // namespace
+
+Mcu::Mcu(const McuSettings& settings, const std::string& storeDirectory, FaultScript& script,
+         McuPort& port, Time now)
+    : m_settings(settings),
+      m_script(script),
+      m_port(port),
+      m_store(storeDirectory, settings.name),
+      m_telemetry(settings.telemetry) {
+    if (!settings.image.empty()) {
+        install(readImage(settings.image), false, settings.image);
+    }
+    if (settings.startsInBoot || !m_applicationIsValid) {
+        m_state = State::Boot;
+    } else {
+        runApplication(now);
+    }
+}
+
+bool Mcu::isMeantBy(const Request& request) const {
+    return !request.target || *request.target == m_settings.target;
+}
+
+bool Mcu::hears(Time now) const {
+    return (m_state == State::Application || m_state == State::Boot) && now >= m_silentUntil;
+}
+
+void Mcu::onRequest(RequestKind kind, Time now) {
+    m_lostTransfer = false;
+    const bool startingImage = m_transfer && m_transfer->isComplete();
+    if (!hears(now) || startingImage) {
+        return;
+    }
+    const std::vector<Fault> faults = m_script.occur(eventName(kind), name());
+    if (interrupted(faults, eventName(kind), now)) {
+        return;
+    }
+    if (m_transfer && !leavesTransferAlone(kind)) {
+        endTransfer("the host asks again");
+    }
+    if (isQuestion(kind)) {
+        const Bytes reply = replyTo(kind, faults, now);
+        answer(replyMeaning(kind), reply, replyDetail(kind), faults, now);
+        return;
+    }
+    answer("", {}, "", faults, now);
+    obey(kind, faults, now);
+}
+
+void Mcu::onRequestToOther() {
+    m_lostTransfer = false;
+    if (m_transfer && !m_transfer->isComplete()) {
+        endTransfer("the host asks another MCU");
+    }
+}
+
+// Faults that keep the MCU from seeing the event at all.
+bool Mcu::interrupted(const std::vector<Fault>& faults, const std::string& event, Time now) {
+    for (const Fault& fault : faults) {
+        m_port.note(name(), "fault", fault.name + " on " + event);
+        switch (fault.action) {
+            case FaultAction::Ignore:
+                return true;
+            case FaultAction::Silent:
+                m_silentUntil = fault.duration == kNever ? kNever : now + fault.duration;
+                return true;
+            case FaultAction::Vanish:
+                m_lostTransfer = m_transfer.has_value();
+                endTransfer("the MCU is gone");
+                m_telemetry.end();
+                m_state = State::Off;
+                m_wakeAt = fault.duration == kNever ? kNever : now + fault.duration;
+                m_wakesInBoot = false;
+                return true;
+            case FaultAction::PowerCycle:
+                m_lostTransfer = m_transfer.has_value();
+                endTransfer("power cycle");
+                restart(false, now);
+                return true;
+            default:
+                break;
+        }
+    }
+    return false;
+}
+
+void Mcu::obey(RequestKind kind, const std::vector<Fault>& faults, Time now) {
+    switch (kind) {
+        case RequestKind::SetToBoot:
+            if (m_state == State::Application &&
+                findFault(faults, FaultAction::NoBoot) == nullptr) {
+                restart(true, now);
+            }
+            break;
+        case RequestKind::Reboot:
+        case RequestKind::Reset:
+            restart(false, now);
+            break;
+        case RequestKind::StopUpload:
+            m_telemetry.stopUpload(now);
+            break;
+        case RequestKind::StartUpload:
+            m_telemetry.startUpload(now);
+            break;
+        default:
+            break;
+    }
+}
+
+Bytes Mcu::replyTo(RequestKind kind, const std::vector<Fault>& faults, Time now) {
+    const Bytes permitted = kind == RequestKind::Update ? permission(faults, now) : Bytes();
+    if (const Fault* wrong = findFault(faults, FaultAction::Wrong)) {
+        return replyWithData(kind, wrong->bytes);
+    }
+    switch (kind) {
+        case RequestKind::Version:
+            return versionReply(m_settings.version);
+        case RequestKind::State:
+            return stateReply(m_state == State::Boot ? kStateBoot : kStateApplication);
+        case RequestKind::Hardware:
+            return hardwareReply(m_settings.hardware);
+        default:
+            return permitted;
+    }
+}
+
+std::string Mcu::replyDetail(RequestKind kind) const {
+    switch (kind) {
+        case RequestKind::Version:
+            return versionText();
+        case RequestKind::State:
+            return stateText();
+        case RequestKind::Hardware:
+            return toHex(m_settings.hardware);
+        default:
+            return m_transfer ? "accepted" : "refused";
+    }
+}
+
+// Permission to update; with it, the reception of the image begins.
+Bytes Mcu::permission(const std::vector<Fault>& faults, Time now) {
+    if (m_state != State::Boot || findFault(faults, FaultAction::Refuse) != nullptr) {
+        return updateReply(kRefused);
+    }
+    m_transfer.emplace(m_settings.xmodem, m_statistics, now);
+    m_port.note(name(), "transfer begins", "");
+    return updateReply(kAccepted);
+}
+
+void Mcu::answer(const char* meaning, const Bytes& bytes, const std::string& detail,
+                 const std::vector<Fault>& faults, Time now) {
+    Outgoing outgoing;
+    outgoing.mcu = name();
+    outgoing.meaning = meaning;
+    outgoing.detail = detail;
+    outgoing.bytes = bytes;
+    for (Outgoing& part : underFaults(outgoing, faults, now)) {
+        m_port.transmit(std::move(part));
+    }
+}
+
+void Mcu::onTime(Time now) {
+    if (now >= m_wakeAt) {
+        wake(now);
+    }
+    if (now < m_silentUntil) {
+        return;
+    }
+    if (now >= m_transferEnd) {
+        m_transferEnd = kNever;
+        m_transfer.reset();
+        m_wakesInBoot = false;
+        wake(now);
+        return;
+    }
+    if (m_transfer) {
+        sendDueTransferByte(now);
+    }
+    if (m_telemetry.take(now) && !m_port.transferUnderWay()) {
+        const std::vector<Fault> faults = m_script.occur("telemetry", name());
+        if (!interrupted(faults, "telemetry", now)) {
+            answer("telemetry", m_telemetry.content(), "", faults, now);
+        }
+    }
+}
+
+Time Mcu::nextDeadline() const {
+    Time next = std::min(m_telemetry.next(), m_transferEnd);
+    if (m_transfer) {
+        next = std::min(next, m_transfer->nextDeadline());
+    }
+    return std::min(std::max(next, m_silentUntil), m_wakeAt);
+}
+
+void Mcu::runApplication(Time now) {
+    m_state = State::Application;
+    m_telemetry.begin(now);
+}
+
+void Mcu::restart(bool intoBoot, Time now) {
+    m_telemetry.end();
+    m_state = State::Restarting;
+    m_wakesInBoot = intoBoot;
+    m_wakeAt = now + m_settings.bootDelay;
+}
+
+void Mcu::wake(Time now) {
+    m_wakeAt = kNever;
+    m_lostTransfer = false;
+    if (m_wakesInBoot || !m_applicationIsValid) {
+        m_state = State::Boot;
+    } else {
+        runApplication(now);
+    }
+    m_port.note(name(), "running", stateText());
+}
+
+void Mcu::install(const Bytes& image, bool stored, const std::string& file) {
+    const ImageLayout& layout = m_settings.layout;
+    if (stored) {
+        m_store.save(image);
+    } else {
+        m_store.adopt(image, file);
+    }
+    m_applicationIsValid = image.size() >= layout.versionPosition + kVersionLength &&
+                           image.size() >= layout.hardwarePosition + layout.hardwareLength;
+    if (m_applicationIsValid) {
+        m_settings.version = backwards(image, layout.versionPosition, kVersionLength);
+        m_settings.hardware = backwards(image, layout.hardwarePosition, layout.hardwareLength);
+    }
+}
+
+std::string Mcu::versionText() const {
+    const Bytes& version = m_settings.version;
+    return fmt::format("{}{}{}", version[0], version[1], version[2]);
+}
+
+std::string Mcu::stateText() const {
+    switch (m_state) {
+        case State::Application:
+            return "application";
+        case State::Boot:
+            return "boot";
+        case State::Restarting:
+            return "restarting";
+        default:
+            return "off";
+    }
+}
+
+nlohmann::json Mcu::report() const {
+    return {{"name", name()},
+            {"target", m_settings.target},
+            {"state", stateText()},
+            {"receiving", m_transfer.has_value() && !m_transfer->isOver()},
+            {"version", versionText()},
+            {"version_bytes", m_settings.version},
+            {"hardware", toHex(m_settings.hardware)},
+            {"image", m_store.file().empty() ? nlohmann::json() : nlohmann::json(m_store.file())},
+            {"image_bytes", m_store.image().size()},
+            {"image_valid", m_applicationIsValid},
+            {"images_received", m_imagesReceived},
+            {"xmodem",
+             {{"transfers", m_statistics.transfers},
+              {"completed", m_statistics.completed},
+              {"cancelled", m_statistics.cancelled},
+              {"start_bytes", m_statistics.startBytes},
+              {"blocks_accepted", m_statistics.blocksAccepted},
+              {"blocks_repeated", m_statistics.blocksRepeated},
+              {"blocks_refused", m_statistics.blocksRefused},
+              {"eots", m_statistics.eots}}}};
+}
