@@ -13,10 +13,11 @@ constexpr std::size_t kMostHardware = 255;
 constexpr std::size_t kDefaultVersionPosition = 0x10;
 constexpr std::size_t kDefaultHardwarePosition = 0x20;
 constexpr milliseconds kDefaultBootDelay{500};
-// Longer than the three seconds of silence for which a sender may drain the line before it listens
-// for the start byte; a shorter interval would keep such a sender draining for ever.
-constexpr milliseconds kDefaultStartInterval{5000};
-constexpr int kDefaultStartBytes = 24;
+// A sender may drain the line until it was silent for three seconds before it listens for the start
+// byte; start bytes that come closer together than that would keep it draining for ever.
+constexpr milliseconds kDefaultStartDelay{5000};
+constexpr milliseconds kDefaultStartInterval{10000};
+constexpr int kDefaultStartBytes = 12;
 constexpr milliseconds kDefaultBlockTimeout{10000};
 constexpr int kDefaultBlockTimeouts = 10;
 constexpr milliseconds kDefaultTelemetryPeriod{1000};
@@ -83,14 +84,15 @@ ImageLayout readLayout(const Setting& mcu, std::size_t hardwareLength) {
 }
 
 XmodemSettings readXmodem(const Setting& mcu) {
-    XmodemSettings xmodem{kDefaultStartInterval, kDefaultStartBytes, kDefaultBlockTimeout,
-                          kDefaultBlockTimeouts, false};
+    XmodemSettings xmodem{kDefaultStartDelay,   kDefaultStartInterval, kDefaultStartBytes,
+                          kDefaultBlockTimeout, kDefaultBlockTimeouts, false};
     if (!mcu.has("xmodem")) {
         return xmodem;
     }
     const Setting setting = mcu.at("xmodem");
-    setting.expectObject({"start_interval_ms", "start_bytes", "block_timeout_ms", "block_timeouts",
-                          "refuse_first_eot"});
+    setting.expectObject({"start_delay_ms", "start_interval_ms", "start_bytes", "block_timeout_ms",
+                          "block_timeouts", "refuse_first_eot"});
+    xmodem.startDelay = timeOr(setting, "start_delay_ms", xmodem.startDelay);
     xmodem.startInterval = periodOr(setting, "start_interval_ms", xmodem.startInterval);
     xmodem.blockTimeout = periodOr(setting, "block_timeout_ms", xmodem.blockTimeout);
     xmodem.refuseFirstEot = truthOr(setting, "refuse_first_eot", false);

@@ -4,7 +4,7 @@
 
 XmodemReceiver::XmodemReceiver(const XmodemSettings& settings, XmodemStatistics& statistics,
                                Time now)
-    : m_settings(settings), m_statistics(statistics), m_deadline(now + settings.startInterval) {
+    : m_settings(settings), m_statistics(statistics), m_deadline(now + settings.startDelay) {
     ++m_statistics.transfers;
 }
 

@@ -6,7 +6,8 @@
 #include "simulator/mcu/SimClock.h"
 
 struct XmodemSettings {
-    Time startInterval{0};        // between start bytes, and from the permission to the first one
+    Time startDelay{0};           // from the permission to the first start byte
+    Time startInterval{0};        // between start bytes
     int startBytes = 0;           // how many are sent before the receiver gives up
     Time blockTimeout{0};         // silence between blocks after which the receiver asks again
     int blockTimeouts = 0;        // how many such silences in a row end the reception

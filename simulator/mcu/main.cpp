@@ -4,6 +4,8 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <string>
+#include <utility>
 
 #include "simulator/mcu/AtomicFile.h"
 #include "simulator/mcu/Options.h"
@@ -35,30 +37,35 @@ sigset_t prepareSignals() {
     return before;
 }
 
-// The file that says "the line is there"; gone when the line is.
+// The file that says "the line is there"; there is none before, and none when the line is gone.
 class ReadyFile {
   public:
-    ReadyFile(const std::string& path, const std::string& address) : m_path(path) {
-        if (!path.empty()) {
-            replaceFile(path, address + "\n");
-        }
-    }
-    ~ReadyFile() {
-        if (!m_path.empty()) {
-            (void)unlink(m_path.c_str());  // if it is gone already, so much the better
-        }
-    }
+    explicit ReadyFile(std::string path) : m_path(std::move(path)) { remove(); }
+    ~ReadyFile() { remove(); }
     ReadyFile(const ReadyFile&) = delete;
     ReadyFile& operator=(const ReadyFile&) = delete;
 
+    void announce(const std::string& address) const {
+        if (!m_path.empty()) {
+            replaceFile(m_path, address + "\n");
+        }
+    }
+
   private:
+    void remove() const {
+        if (!m_path.empty()) {
+            (void)unlink(m_path.c_str());  // usually there is none
+        }
+    }
+
     std::string m_path;
 };
 
 void runUntilStopped(const Options& options) {
     const sigset_t waitMask = prepareSignals();
+    const ReadyFile ready(options.readyFile);
     Simulator simulator(options);
-    const ReadyFile ready(options.readyFile, simulator.address());
+    ready.announce(simulator.address());
     fmt::print("ready {}\n", simulator.address());
     (void)std::fflush(stdout);
     simulator.run(stopRequested, waitMask);
