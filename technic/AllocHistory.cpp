@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <new>
 
+#include "technic/MutexCellGuard.h"
 #include "technic/ThreadId.h"
 
 AllocHistory::AllocHistory() {
@@ -12,7 +13,7 @@ AllocHistory::AllocHistory() {
 
 void AllocHistory::record(const void* address, std::size_t size, const char* file,
                           int line) noexcept {
-    m_lock.lock();
+    const MutexCellGuard guard(m_lock);
     Entry& entry = m_entries[m_next];
     const auto number = reinterpret_cast<std::uintptr_t>(address);
     entry.address.store(static_cast<std::uint32_t>(number), std::memory_order_relaxed);
@@ -21,11 +22,10 @@ void AllocHistory::record(const void* address, std::size_t size, const char* fil
     entry.line.store(line, std::memory_order_relaxed);
     entry.file.store(file, std::memory_order_relaxed);
     m_next = (m_next + 1) % kEntryCount;
-    m_lock.unlock();
 }
 
 void AllocHistory::dump() {
-    m_dumpLock.lock();
+    const MutexCellGuard guard(m_dumpLock);
     std::puts("Mem History:");
     std::printf("\tFailed threadId=%d\n", currentThreadId());
     for (const Entry& entry : m_entries) {
@@ -36,7 +36,6 @@ void AllocHistory::dump() {
                     static_cast<int>(entry.size.load(std::memory_order_relaxed)),
                     entry.threadId.load(std::memory_order_relaxed));
     }
-    m_dumpLock.unlock();
 }
 
 AllocHistory& allocHistory() {

@@ -6,6 +6,7 @@
 
 #include "technic/KdMutexChecker.h"
 #include "technic/KdMutexIDAlloc.h"
+#include "technic/TrackedAlloc.h"
 
 namespace {
 
@@ -21,13 +22,12 @@ namespace {
 }  // namespace
 
 KdMutex::KdMutex() : m_cell(new (KD_HERE) MutexCell), m_id(KdMutexIDAlloc::instance()->allocate()) {
-    m_cell->init();
+    (void)m_cell->init();  // a new cell; were it refused, the first lock would say so
 }
 
 KdMutex::~KdMutex() {
     KdMutexIDAlloc::instance()->free(m_id);
-    m_cell->destroy();
-    delete m_cell;
+    (void)m_cell->destroy();
 }
 
 int KdMutex::lock(const char* file, int line) {
@@ -45,6 +45,5 @@ int KdMutex::unlock(const char* file, int line) {
                             m_cell->valid(), file, line);
     }
     kdMutexChecker()->onUnlock(this, file, static_cast<std::uint32_t>(line), m_id);
-    m_cell->unlock();
-    return 0;
+    return m_cell->unlock();
 }

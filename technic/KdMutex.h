@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "technic/MutexCell.h"
 #include "technic/SourceLocation.h"
@@ -24,7 +25,7 @@ class KdMutex {
     MutexCell& cell() { return *m_cell; }
 
   private:
-    MutexCell* m_cell;
+    std::unique_ptr<MutexCell> m_cell;
     std::uint32_t m_id;
 };
 

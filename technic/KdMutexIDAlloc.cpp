@@ -1,6 +1,7 @@
 #include "technic/KdMutexIDAlloc.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -23,21 +24,17 @@ KdMutexIDAlloc::KdMutexIDAlloc() {
 }
 
 std::uint32_t KdMutexIDAlloc::allocate() {
-    m_lock.lock();
+    const MutexCellGuard guard(m_lock);
     std::uint32_t word = 0;
     while (word < m_wordCount && m_bits[word] == kFullWord) {
         ++word;
     }
-    std::uint32_t id = 0;
     if (word == m_wordCount) {
-        id = growAndTakeFirst();
-    } else {
-        const std::uint32_t bit = lowestClearBit(m_bits[word]);
-        m_bits[word] |= 1U << bit;
-        id = word * kBitsPerWord + bit;
+        return growAndTakeFirst();
     }
-    m_lock.unlock();
-    return id;
+    const std::uint32_t bit = lowestClearBit(m_bits[word]);
+    m_bits[word] |= 1U << bit;
+    return word * kBitsPerWord + bit;
 }
 
 std::uint32_t KdMutexIDAlloc::growAndTakeFirst() {
@@ -51,17 +48,14 @@ std::uint32_t KdMutexIDAlloc::growAndTakeFirst() {
 }
 
 void KdMutexIDAlloc::free(std::uint32_t id) {
-    m_lock.lock();
+    const MutexCellGuard guard(m_lock);
     const std::uint32_t word = id / kBitsPerWord;
     if (word < m_wordCount) {
         m_bits[word] &= ~(1U << (id % kBitsPerWord));
     }
-    m_lock.unlock();
 }
 
 std::uint32_t KdMutexIDAlloc::wordCount() {
-    m_lock.lock();
-    const std::uint32_t count = m_wordCount;
-    m_lock.unlock();
-    return count;
+    const MutexCellGuard guard(m_lock);
+    return m_wordCount;
 }

@@ -17,6 +17,9 @@ class KdMutexIDAlloc : public Singlton<KdMutexIDAlloc> {
     // How many 32-bit words of ids there are.
     std::uint32_t wordCount();
 
+    // Stays: static mutexes may be destroyed after everything else.
+    void tearDown() override {}
+
   private:
     std::uint32_t growAndTakeFirst();
 

@@ -8,8 +8,10 @@
 #include "technic/SafePointerRecord.h"
 #include "technic/SafePointerRegistry.h"
 
-// Common base of all SafePointers. A release may throw, so the destructors of handles may, and
-// those of objects that hold handles.
+// Common base of all SafePointers. A release may throw, so the destructor of a handle may, and so
+// may the implicit destructor of a class that holds one. Where such a class derives from a base
+// whose virtual destructor must not throw, it declares `~Derived() noexcept override = default;`: a
+// failed release inside it then ends the program.
 class BaseSafePointer {
   public:
     BaseSafePointer() = default;
@@ -27,7 +29,8 @@ class BaseSafePointer {
 template <class T>
 class SafePointer : public BaseSafePointer {
   public:
-    // Takes ownership. Reports when `object` is null.
+    // Takes ownership. Reports when `object` is null. Throws when the registry is full; the object
+    // then stays the caller's.
     SafePointer(T* object) : m_object(object), m_record(nullptr) {
         if (object == nullptr) {
             report("Construct from NULL original pointer");
@@ -61,7 +64,9 @@ class SafePointer : public BaseSafePointer {
     }
 
     // A handle of the same object under another type. Throws KdRuntimeError when the object is not
-    // a T; the count then stays one too high and the object is never destroyed.
+    // a T; the count then stays one too high and the object is never destroyed. The T must begin
+    // at the same address as the object that the first handle was made from: a handle of any other
+    // part of it fails its consistency checks.
     template <class U>
     SafePointer(const SafePointer<U>& other) {
         if (other.m_object == nullptr) {

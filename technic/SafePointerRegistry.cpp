@@ -1,9 +1,12 @@
 #include "technic/SafePointerRegistry.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iterator>
 
 #include "technic/KdRuntimeError.h"
+#include "technic/MutexCellGuard.h"
 #include "technic/SourceLocation.h"
 #include "technic/TrackedAlloc.h"
 
@@ -14,18 +17,6 @@ constexpr std::uint32_t kGrowthRecords = 128;
 constexpr std::uint32_t kFullWord = 0xFFFFFFFF;
 constexpr std::size_t kWarningRecords = 19000;
 constexpr std::size_t kMostRecords = 20000;
-
-// Holds a cell for a scope.
-class CellGuard {
-  public:
-    explicit CellGuard(MutexCell& cell) : m_cell(cell) { m_cell.lock(); }
-    ~CellGuard() { m_cell.unlock(); }
-    CellGuard(const CellGuard&) = delete;
-    CellGuard& operator=(const CellGuard&) = delete;
-
-  private:
-    MutexCell& m_cell;
-};
 
 unsigned addressOf(const void* object) {
     return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(object));
@@ -44,7 +35,7 @@ SafePointerRegistry& SafePointerRegistry::instance() {
 }
 
 SafePointerRecord* SafePointerRegistry::allocate(const void* object, const char* typeName) {
-    const CellGuard guard(m_mutex);
+    const MutexCellGuard guard(m_mutex);
     std::optional<std::uint32_t> index = findFree();
     if (!index) {
         if (m_records.size() > kMostRecords) {
@@ -67,7 +58,7 @@ SafePointerRecord* SafePointerRegistry::allocate(const void* object, const char*
 }
 
 void SafePointerRegistry::free(SafePointerRecord* record, const char* typeName) {
-    const CellGuard guard(m_mutex);
+    const MutexCellGuard guard(m_mutex);
     const std::uint32_t index = record->getIndex();
     if (!isUsed(index)) {
         std::array<char, 128> text{};
@@ -88,7 +79,7 @@ void SafePointerRegistry::free(SafePointerRecord* record, const char* typeName) 
 }
 
 std::size_t SafePointerRegistry::recordCount() {
-    const CellGuard guard(m_mutex);
+    const MutexCellGuard guard(m_mutex);
     return m_records.size();
 }
 
@@ -127,9 +118,13 @@ std::optional<std::uint32_t> SafePointerRegistry::findFreeInWords(std::uint32_t 
 
 void SafePointerRegistry::grow() {
     const auto first = static_cast<std::uint32_t>(m_records.size());
-    m_records.reserve(first + kGrowthRecords);
+    std::vector<std::unique_ptr<SafePointerRecord>> added;
+    added.reserve(kGrowthRecords);
     for (std::uint32_t i = 0; i < kGrowthRecords; ++i) {
-        m_records.emplace_back(new (KD_HERE) SafePointerRecord(first + i));
+        added.emplace_back(new (KD_HERE) SafePointerRecord(first + i));
     }
+    // From here on nothing throws once the pool has begun to change.
+    m_records.reserve(first + kGrowthRecords);
     m_usedBits.resize(m_usedBits.size() + kGrowthRecords / kBitsPerWord, 0);
+    std::move(added.begin(), added.end(), std::back_inserter(m_records));
 }

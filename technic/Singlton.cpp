@@ -13,35 +13,33 @@ struct InstanceList {
 
 // Never destroyed itself, since instances may be entered at any time until the process is gone.
 InstanceList& instanceList() {
-    static InstanceList& list = *new InstanceList;
+    static InstanceList& list = *new (KD_HERE) InstanceList;
     return list;
 }
 
 ISinglton* takeLast() {
     InstanceList& list = instanceList();
-    list.lock.lock();
-    ISinglton* last = nullptr;
-    if (!list.instances.empty()) {
-        last = list.instances.back();
-        list.instances.pop_back();
+    const MutexCellGuard guard(list.lock);
+    if (list.instances.empty()) {
+        return nullptr;
     }
-    list.lock.unlock();
+    ISinglton* last = list.instances.back();
+    list.instances.pop_back();
     return last;
 }
 
-void destroyAll() {
+void tearDownAll() {
     while (ISinglton* last = takeLast()) {
-        delete last;
+        last->tearDown();
     }
 }
 
 }  // namespace
 
 void ISinglton::registerInstance(ISinglton* instance) {
-    static const int registered = std::atexit(destroyAll);
+    static const int registered = std::atexit(tearDownAll);
     (void)registered;
     InstanceList& list = instanceList();
-    list.lock.lock();
+    const MutexCellGuard guard(list.lock);
     list.instances.push_back(instance);
-    list.lock.unlock();
 }

@@ -2,24 +2,27 @@
 
 #include <atomic>
 
-#include "technic/MutexCell.h"
+#include "technic/MutexCellGuard.h"
 #include "technic/SourceLocation.h"
 #include "technic/TrackedAlloc.h"
 
-// Base of every process-wide instance.
+// Base of every process-wide instance. The instances stand in one list, which owns them; at exit
+// the list is torn down, the last entered first.
 class ISinglton {
   public:
     virtual ~ISinglton() = default;
 
+    // Called once, at exit. Destroys the instance. A class whose instance is used by threads that
+    // outlive main, or by objects destroyed after it, overrides this to do nothing.
+    virtual void tearDown() = 0;
+
   protected:
-    // Enters an instance into the process-wide list, which owns it from then on: at exit the listed
-    // instances are destroyed, the last entered first. Any thread.
+    // Enters an instance into the list. Any thread.
     static void registerInstance(ISinglton* instance);
 };
 
-// One instance of T in the process, made on first use and destroyed at exit. T derives from
-// Singlton<T> and lets it construct a T. An instance asked for after that destruction (by a thread
-// that outlives main) is made anew.
+// One instance of T in the process, made on first use. T derives from Singlton<T> and lets it
+// construct a T. An instance asked for after its tear-down is made anew and then kept.
 template <class T>
 class Singlton : public ISinglton {
   public:
@@ -29,25 +32,32 @@ class Singlton : public ISinglton {
         return found != nullptr ? found : make();
     }
 
+    void tearDown() override {
+        s_instance.store(nullptr, std::memory_order_release);
+        delete this;
+    }
+
   protected:
     Singlton() = default;
-    ~Singlton() override { s_instance.store(nullptr, std::memory_order_release); }
 
   private:
     static T* make() {
-        // Never destroyed: a thread may still come here while the process ends.
-        static MutexCell& constructionLock = *new (KD_HERE) MutexCell;
-        static const int initialised = constructionLock.init();
-        (void)initialised;
-        constructionLock.lock();
+        const MutexCellGuard guard(constructionLock());
         T* found = s_instance.load(std::memory_order_relaxed);
         if (found == nullptr) {
             found = new (KD_HERE) T;
-            s_instance.store(found, std::memory_order_release);
             registerInstance(found);
+            s_instance.store(found, std::memory_order_release);
         }
-        constructionLock.unlock();
         return found;
+    }
+
+    // Never destroyed: a thread may still come here while the process ends.
+    static MutexCell& constructionLock() {
+        static MutexCell& lock = *new (KD_HERE) MutexCell;
+        static const int initialised = lock.init();
+        (void)initialised;
+        return lock;
     }
 
     static inline std::atomic<T*> s_instance{nullptr};

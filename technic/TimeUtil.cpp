@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 
@@ -24,11 +25,19 @@ std::tm localTime(std::time_t seconds) {
     return broken;
 }
 
-// Ticks since some moment in the past. On a 32-bit machine the count passes through all values of
-// its type; read as unsigned it does not turn negative half way.
-unsigned long ticksNow() {
+clock_t rawTicks() {
     tms unused{};
-    return static_cast<unsigned long>(times(&unused));
+    return times(&unused);
+}
+
+// Ticks since some moment in the past. The count of a 32-bit machine wraps (with some kernels five
+// minutes after boot), so it is carried on from the first value that this process has seen: only
+// differences are taken, and those as unsigned numbers.
+long long ticksNow() {
+    static const clock_t first = rawTicks();
+    const unsigned long passed =
+        static_cast<unsigned long>(rawTicks()) - static_cast<unsigned long>(first);
+    return static_cast<long long>(first) + static_cast<long long>(passed);
 }
 
 }  // namespace
@@ -49,12 +58,11 @@ std::string currentTimeString(int code) {
 }
 
 long long monotonicSeconds() {
-    const long perSecond = clockTicksPerSecond();
+    const long perSecond = clocksPerSecond();
     if (perSecond <= 0) {
         return kClockOffsetSeconds;
     }
-    return static_cast<long long>(ticksNow() / static_cast<unsigned long>(perSecond)) +
-           kClockOffsetSeconds;
+    return ticksNow() / perSecond + kClockOffsetSeconds;
 }
 
 long long localWallSeconds() {
@@ -69,7 +77,7 @@ void sleepFor(long seconds, long microseconds) {
     (void)select(0, nullptr, nullptr, nullptr, &wait);
 }
 
-long clockTicksPerSecond() {
+long clocksPerSecond() {
     static std::atomic<long> cached{0};
     long perSecond = cached.load(std::memory_order_relaxed);
     if (perSecond == 0) {
@@ -84,7 +92,7 @@ long clockTicksPerSecond() {
 }
 
 double secondsSinceBoot() {
-    return static_cast<double>(ticksNow()) / static_cast<double>(clockTicksPerSecond());
+    return static_cast<double>(ticksNow()) / static_cast<double>(clocksPerSecond());
 }
 
 double timeZoneHours() {
@@ -95,7 +103,7 @@ double timeZoneHours() {
 std::int64_t localClockMicroseconds() {
     timeval now{};
     (void)gettimeofday(&now, nullptr);
-    const auto offset = static_cast<std::int64_t>(timeZoneHours() * kSecondsPerHour);
+    const auto offset = static_cast<std::int64_t>(std::llround(timeZoneHours() * kSecondsPerHour));
     return (static_cast<std::int64_t>(now.tv_sec) + offset) * kMicrosecondsPerSecond +
            static_cast<std::int64_t>(now.tv_usec);
 }

@@ -20,7 +20,7 @@ void sleepFor(long seconds, long microseconds);
 
 // Clock ticks per second, asked of the system once; -1 (and "time error" on standard output) when
 // the system does not tell.
-long clockTicksPerSecond();
+long clocksPerSecond();
 
 // Seconds since boot, from the tick count.
 double secondsSinceBoot();

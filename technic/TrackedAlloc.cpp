@@ -1,26 +1,32 @@
 #include "technic/TrackedAlloc.h"
 
+#include <cstdint>
+
 #include "technic/AllocHistory.h"
 
 namespace {
 
-// noexcept, so that whatever else goes wrong in here ends the program.
-void* allocate(std::size_t size, const char* file, int line) noexcept {
+// No object is larger; the allocator is not even asked for more.
+constexpr std::size_t kLargestSize = PTRDIFF_MAX;
+
+using Allocator = void* (*)(std::size_t size, const std::nothrow_t& tag);
+
+// Null when there is no memory. noexcept, so that whatever else goes wrong ends the program.
+void* allocate(Allocator take, std::size_t size, const char* file, int line) noexcept {
     const std::size_t wanted = size == 0 ? 1 : size;
-    void* memory = ::operator new(wanted, std::nothrow);
+    void* memory = wanted <= kLargestSize ? take(wanted, std::nothrow) : nullptr;
     if (memory != nullptr) {
-        allocHistory().record(memory, size, file, line);
+        allocHistory().record(memory, wanted, file, line);
     }
     return memory;
 }
 
-void* allocateArray(std::size_t size, const char* file, int line) noexcept {
-    const std::size_t wanted = size == 0 ? 1 : size;
-    void* memory = ::operator new[](wanted, std::nothrow);
-    if (memory != nullptr) {
-        allocHistory().record(memory, size, file, line);
-    }
-    return memory;
+void* takeSingle(std::size_t size, const std::nothrow_t& tag) {
+    return ::operator new(size, tag);
+}
+
+void* takeArray(std::size_t size, const std::nothrow_t& tag) {
+    return ::operator new[](size, tag);
 }
 
 }  // namespace
@@ -30,7 +36,7 @@ const char* KdBadAlloc::what() const noexcept {
 }
 
 void* operator new(std::size_t size, const char* file, int line) {
-    void* memory = allocate(size, file, line);
+    void* memory = allocate(takeSingle, size, file, line);
     if (memory == nullptr) {
         throw KdBadAlloc();
     }
@@ -38,7 +44,7 @@ void* operator new(std::size_t size, const char* file, int line) {
 }
 
 void* operator new[](std::size_t size, const char* file, int line) {
-    void* memory = allocateArray(size, file, line);
+    void* memory = allocate(takeArray, size, file, line);
     if (memory == nullptr) {
         throw KdBadAlloc();
     }

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// The position just behind the path's last character that is not a slash: its length without
+// trailing slashes. A path of one character is left whole, so "/" stays "/", and so does a path of
+// slashes alone. 0 for an empty path.
+std::size_t endWithoutTrailingSlashes(const std::string& path);
