@@ -1,0 +1,161 @@
+#include "technic/SystemControl.h"
+
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "technic/DevicePaths.h"
+#include "technic/LogFile.h"
+
+namespace {
+
+constexpr std::uint32_t kRebootLogBytes = 10240;
+constexpr std::uint32_t kRebootLogBackups = 2;
+constexpr int kReplyWaitSeconds = 30;
+constexpr std::size_t kLongestCommand = 999;
+constexpr int kNotSent = -9;
+constexpr int kNoReply = -2;
+
+std::atomic<int> systemRunningFlag{1};
+
+void recordInRebootLog(const char* category, const std::string& reason) {
+    writeLogLine(device_paths::kRebootLog, category, reason, kRebootLogBytes, kRebootLogBackups);
+}
+
+// A socket that is closed when the object goes.
+class LocalSocket {
+  public:
+    LocalSocket() : m_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
+    ~LocalSocket() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    LocalSocket(const LocalSocket&) = delete;
+    LocalSocket& operator=(const LocalSocket&) = delete;
+
+    bool connectTo(const char* path) const {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path, sizeof(address.sun_path) - 1);
+        return m_fd >= 0 &&
+               connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+    }
+
+    bool sendAll(const void* data, std::size_t length) const {
+        const char* rest = static_cast<const char*>(data);
+        while (length > 0) {
+            const ssize_t sent = send(m_fd, rest, length, MSG_NOSIGNAL);
+            if (sent < 0 && errno == EINTR) {
+                continue;
+            }
+            if (sent <= 0) {
+                return false;
+            }
+            rest += sent;
+            length -= static_cast<std::size_t>(sent);
+        }
+        return true;
+    }
+
+    // As select: above 0 readable, 0 timed out, below 0 failed.
+    int waitReadable(int seconds) const {
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(m_fd, &readable);
+        timeval wait{};
+        wait.tv_sec = seconds;
+        int ready = 0;
+        do {
+            ready = select(m_fd + 1, &readable, nullptr, nullptr, &wait);
+        } while (ready < 0 && errno == EINTR);
+        return ready;
+    }
+
+    // No single wait takes longer than `seconds`.
+    bool receiveAll(void* data, std::size_t length, int seconds) const {
+        timeval longest{};
+        longest.tv_sec = seconds;
+        (void)setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof(longest));
+        char* rest = static_cast<char*>(data);
+        while (length > 0) {
+            const ssize_t got = recv(m_fd, rest, length, 0);
+            if (got < 0 && errno == EINTR) {
+                continue;
+            }
+            if (got <= 0) {
+                return false;
+            }
+            rest += got;
+            length -= static_cast<std::size_t>(got);
+        }
+        return true;
+    }
+
+  private:
+    int m_fd;
+};
+
+int receiveReply(const LocalSocket& daemon, int timeoutSeconds) {
+    const int ready = daemon.waitReadable(timeoutSeconds);
+    if (ready < 0) {
+        std::perror("sy_system select");
+        return kNotSent;
+    }
+    if (ready == 0) {
+        return kNoReply;
+    }
+    std::int32_t reply = -1;
+    return daemon.receiveAll(&reply, sizeof(reply), timeoutSeconds) ? reply : -1;
+}
+
+}  // namespace
+
+void setSystemRunningFlag(int flag, const std::string& reason) {
+    std::printf(
+        "\n~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~setSystemRunningFlag~~~~~~~~~~~~~~~~~~~~~~~~~~~ "
+        "Flag=%d Reason=%s\n",
+        flag, reason.c_str());
+    if (flag == 0) {
+        recordInRebootLog("SystemStop", reason);
+    }
+    systemRunningFlag.store(flag, std::memory_order_relaxed);
+}
+
+int getSystemRunningFlag() {
+    return systemRunningFlag.load(std::memory_order_relaxed);
+}
+
+void Reboot(const std::string& reason) {
+    recordInRebootLog("Reboot", reason);
+    (void)sendLocalCommand("/factory_setting/reboot.sh &", kReplyWaitSeconds);
+}
+
+void Restart(const std::string& reason) {
+    recordInRebootLog("Restart", reason);
+    (void)sendLocalCommand("sh /factory_setting/RestartProgram.sh &", kReplyWaitSeconds);
+}
+
+int sendLocalCommand(const std::string& command, int timeoutSeconds) {
+    if (command.empty()) {
+        return kNotSent;
+    }
+    const auto length = static_cast<std::uint32_t>(std::min(command.size(), kLongestCommand));
+    const LocalSocket daemon;
+    if (!daemon.connectTo(device_paths::kControlDaemonSocket)) {
+        std::perror("connect_to_local_md");
+        return kNotSent;
+    }
+    if (!daemon.sendAll(&length, sizeof(length)) || !daemon.sendAll(command.data(), length)) {
+        return kNotSent;
+    }
+    return timeoutSeconds <= 0 ? kNoReply : receiveReply(daemon, timeoutSeconds);
+}
