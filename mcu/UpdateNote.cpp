@@ -1,0 +1,97 @@
+#include "mcu/UpdateNote.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "technic/CancelGuard.h"
+#include "technic/DevicePaths.h"
+#include "technic/MutexCell.h"
+
+namespace {
+
+constexpr mode_t kNoteMode = 0644;
+
+// The note's descriptor, held from the first message on. Opening the file for every message would
+// cost a multiple of writing it.
+class NoteFile {
+  public:
+    NoteFile() { (void)m_lock.init(); }  // a new cell is never refused
+
+    MutexCell& lock() { return m_lock; }
+
+    // The caller holds the lock.
+    void append(const char* text, std::size_t length) {
+        if (!isOpen()) {
+            return;
+        }
+        while (length > 0) {
+            const ssize_t written = ::write(m_fd, text, length);
+            if (written > 0) {
+                text += written;
+                length -= static_cast<std::size_t>(written);
+            } else if (written == 0 || errno != EINTR) {
+                return;
+            }
+        }
+    }
+
+    // The caller holds the lock.
+    void remove() {
+        if (m_fd != -1) {
+            (void)::close(m_fd);  // nothing is lost: every write went straight to the file
+            m_fd = -1;
+        }
+        (void)::unlink(device_paths::kUpdateNoteLog);  // a missing note is no error
+    }
+
+  private:
+    bool isOpen() {
+        if (m_fd == -1) {
+            m_fd = ::open(device_paths::kUpdateNoteLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC,
+                          kNoteMode);
+        }
+        return m_fd != -1;
+    }
+
+    MutexCell m_lock;
+    int m_fd = -1;
+};
+
+// Holds the note for one operation, which a cancelled thread still completes.
+class NoteGuard {
+  public:
+    explicit NoteGuard(NoteFile& note) : m_note(note) { (void)m_note.lock().lock(); }
+    ~NoteGuard() { (void)m_note.lock().unlock(); }
+    NoteGuard(const NoteGuard&) = delete;
+    NoteGuard& operator=(const NoteGuard&) = delete;
+
+  private:
+    CancelGuard m_notCancelled;
+    NoteFile& m_note;
+};
+
+// Never destroyed: a background thread may still write while the process ends.
+NoteFile& noteFile() {
+    static NoteFile& note = *new NoteFile;
+    return note;
+}
+
+}  // namespace
+
+void UpdateNote::log(const char* message) {
+    NoteFile& note = noteFile();
+    const NoteGuard guard(note);
+    note.append(message, std::strlen(message));
+    (void)std::printf("%s", message);
+    (void)std::fflush(stdout);
+}
+
+void UpdateNote::remove() {
+    NoteFile& note = noteFile();
+    const NoteGuard guard(note);
+    note.remove();
+}
