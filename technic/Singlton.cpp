@@ -1,5 +1,6 @@
 #include "technic/Singlton.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -17,21 +18,16 @@ InstanceList& instanceList() {
     return list;
 }
 
-ISinglton* takeLast() {
-    InstanceList& list = instanceList();
-    const MutexCellGuard guard(list.lock);
-    if (list.instances.empty()) {
-        return nullptr;
-    }
-    ISinglton* last = list.instances.back();
-    list.instances.pop_back();
-    return last;
-}
-
+// Instances made while this runs are not torn down, so it ends.
 void tearDownAll() {
-    while (ISinglton* last = takeLast()) {
-        last->tearDown();
+    std::vector<ISinglton*> instances;
+    {
+        InstanceList& list = instanceList();
+        const MutexCellGuard guard(list.lock);
+        instances.swap(list.instances);
     }
+    std::for_each(instances.rbegin(), instances.rend(),
+                  [](ISinglton* instance) { instance->tearDown(); });
 }
 
 }  // namespace
