@@ -36,6 +36,8 @@ class LineDecoder {
     std::optional<LineItem> next(bool transfer, Time now);
     // When next() must be called even if no byte comes.
     Time nextDeadline() const;
+    // Whether bytes of something unfinished came at this moment.
+    bool isUnfinished(Time now) const { return !m_buffer.empty() && m_lastByte == now; }
     // Forgets what is unfinished: the peer is gone.
     void clear();
 

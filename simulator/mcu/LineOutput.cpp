@@ -7,28 +7,33 @@ void LineOutput::add(Outgoing outgoing) {
     m_delayed.emplace(when, std::move(outgoing));
 }
 
-std::optional<Outgoing> LineOutput::send(Time now) {
+void LineOutput::send(Time now, const std::function<void(const Outgoing&)>& onWhole) {
     while (!m_delayed.empty() && m_delayed.begin()->first <= now) {
         m_ready.push_back(std::move(m_delayed.begin()->second));
         m_delayed.erase(m_delayed.begin());
     }
+    while (!m_ready.empty() && sendFirst(now, onWhole)) {
+        m_ready.pop_front();
+        m_sent = 0;
+    }
     if (m_ready.empty()) {
         m_pacer.idle();
-        return std::nullopt;
     }
+}
+
+// Whether the first ready thing is sent whole.
+bool LineOutput::sendFirst(Time now, const std::function<void(const Outgoing&)>& onWhole) {
     m_pacer.begin(now);
-    Outgoing& first = m_ready.front();
-    const std::size_t count = std::min(m_pacer.available(now), first.bytes.size() - m_sent);
+    const Outgoing& first = m_ready.front();
+    const std::size_t left = first.bytes.size() - m_sent;
+    const std::size_t count = std::min(m_pacer.available(now), left);
+    if (count == left) {
+        onWhole(first);
+    }
     m_endpoint.write(first.bytes.data() + m_sent, count);
     m_pacer.take(count);
     m_sent += count;
-    if (m_sent < first.bytes.size()) {
-        return std::nullopt;
-    }
-    std::optional<Outgoing> whole = std::move(first);
-    m_ready.pop_front();
-    m_sent = 0;
-    return whole;
+    return count == left;
 }
 
 Time LineOutput::nextDeadline() const {

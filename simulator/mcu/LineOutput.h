@@ -1,8 +1,8 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
-#include <optional>
 
 #include "simulator/mcu/Endpoint.h"
 #include "simulator/mcu/Outgoing.h"
@@ -14,13 +14,15 @@ class LineOutput {
     LineOutput(Endpoint& endpoint, Time byteTime) : m_endpoint(endpoint), m_pacer(byteTime) {}
 
     void add(Outgoing outgoing);
-    // Sends what the line has time for. Gives one thing that is now on the line whole, or nothing
-    // when there is no more for the moment.
-    std::optional<Outgoing> send(Time now);
+    // Sends what the line has time for. Each thing is handed to `onWhole` just before its last byte
+    // goes, so that it is on record by the time the peer has it.
+    void send(Time now, const std::function<void(const Outgoing&)>& onWhole);
     // When send() has something to do again.
     Time nextDeadline() const;
 
   private:
+    bool sendFirst(Time now, const std::function<void(const Outgoing&)>& onWhole);
+
     Endpoint& m_endpoint;
     Pacer m_pacer;
     std::multimap<Time, Outgoing> m_delayed;

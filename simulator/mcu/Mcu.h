@@ -40,6 +40,8 @@ class Mcu {
     void onRequestToOther();
     // Something of an XMODEM transfer came over the line while receives() was true.
     void onTransferItem(const LineItem& item, Time now);
+    // Part of something unfinished came over the line while receives() was true.
+    void onPartOfBlock(Time now);
     // Does what is due at this moment; to be called at nextDeadline() at the latest.
     void onTime(Time now);
     Time nextDeadline() const;

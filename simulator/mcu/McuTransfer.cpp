@@ -46,6 +46,12 @@ void Mcu::onTransferItem(const LineItem& item, Time now) {
     }
 }
 
+void Mcu::onPartOfBlock(Time now) {
+    if (m_transfer && hears(now)) {
+        m_transfer->onPartOfBlock(now);
+    }
+}
+
 void Mcu::onBlock(Bytes block, Time now) {
     const std::vector<Fault> faults = m_script.occur("block", name());
     if (interrupted(faults, "block", now)) {

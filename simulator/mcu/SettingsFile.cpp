@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <sstream>
 
@@ -91,11 +92,11 @@ class LineNotes {
 
 std::string readWhole(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    if (!in || !(text << in.rdbuf())) {
+    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (!in) {
         throw SettingsError(fmt::format("{}: cannot be read", path));
     }
-    return text.str();
+    return text;
 }
 
 }  // namespace

@@ -152,6 +152,10 @@ void Simulator::readLine(Time now) {
     while (const auto item = m_decoder.next(transferUnderWay(), now)) {
         onItem(*item, now);
     }
+    Mcu* const mcu = receiver();
+    if (mcu != nullptr && m_decoder.isUnfinished(now)) {
+        mcu->onPartOfBlock(now);
+    }
 }
 
 Mcu* Simulator::receiver() const {
@@ -204,10 +208,10 @@ void Simulator::onFrame(const LineItem& item, Time now) {
 }
 
 void Simulator::writeLine(Time now) {
-    while (const auto sent = m_output.send(now)) {
-        record({m_clock.now(), Direction::FromMcu, sent->mcu, sent->meaning, sent->bytes,
-                sent->detail, sent->fault});
-    }
+    m_output.send(now, [this](const Outgoing& sent) {
+        record({m_clock.now(), Direction::FromMcu, sent.mcu, sent.meaning, sent.bytes, sent.detail,
+                sent.fault});
+    });
 }
 
 void Simulator::transmit(Outgoing outgoing) {

@@ -35,6 +35,12 @@ std::optional<std::uint8_t> XmodemReceiver::onBlock(const Bytes& block, Time now
     return xmodem::kAck;
 }
 
+void XmodemReceiver::onPartOfBlock(Time now) {
+    if (!isOver()) {
+        waitForBlock(now);
+    }
+}
+
 std::optional<std::uint8_t> XmodemReceiver::onEot(Time now) {
     if (m_phase == Phase::Aborted) {
         return std::nullopt;

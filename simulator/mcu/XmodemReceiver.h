@@ -34,6 +34,8 @@ class XmodemReceiver {
 
     // A whole block, right or damaged.
     std::optional<std::uint8_t> onBlock(const Bytes& block, Time now);
+    // Part of a block came: nothing is sent while the rest is on its way.
+    void onPartOfBlock(Time now);
     std::optional<std::uint8_t> onEot(Time now);
     // The reception ends at the second CAN in a row; a single one may be noise.
     void onCan();
