@@ -1,0 +1,91 @@
+#include "app/UpdateJob.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "app/MCUHardwareWatchDog.h"
+#include "app/MCUUpdateTool.h"
+#include "mcu/UpdateNote.h"
+#include "technic/TimeUtil.h"
+
+namespace {
+
+constexpr long kUpdateType = 1;
+constexpr long kRebootType = 2;
+constexpr long kResetType = 3;
+
+constexpr int kMostFailures = 2;
+constexpr long kSecondRunWaitSeconds = 20;
+
+constexpr char kSuccessMarker[] = "MCUUpdateSuccess";
+constexpr mode_t kMarkerMode = 0644;
+
+void createMarker() {
+    const int marker =
+        ::open(kSuccessMarker, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMarkerMode);
+    if (marker >= 0) {
+        ::close(marker);
+    }
+}
+
+// A missing marker is no error.
+void removeMarker() {
+    (void)::unlink(kSuccessMarker);
+}
+
+bool load(MCUUpdateTool& tool, const JobArguments& arguments) {
+    tool.setConfigFile(arguments.configFile);
+    tool.setUpdateFilePath(arguments.updateFilePath);
+    tool.setTimeout(arguments.timeoutSeconds);
+    return tool.loadConfig();
+}
+
+// The whole list at most twice.
+bool updateWithSecondRun(MCUUpdateTool& tool) {
+    for (int failures = 0;;) {
+        if (tool.updateAll()) {
+            createMarker();
+            UpdateNote::log("update seccess!\n\n\n\n");
+            return true;
+        }
+        ++failures;
+        removeMarker();
+        UpdateNote::log("update failed!\n\n\n\n");
+        if (failures == kMostFailures) {
+            return false;
+        }
+        sleepFor(kSecondRunWaitSeconds, 0);
+    }
+}
+
+bool updateJob(const JobArguments& arguments) {
+    MCUUpdateTool tool;
+    if (!load(tool, arguments)) {
+        return false;
+    }
+    MCUHardwareWatchDog watchdog;
+    (void)watchdog.start();  // the update goes ahead without it
+    const bool succeeded = updateWithSecondRun(tool);
+    watchdog.stop();
+    return succeeded;
+}
+
+bool singleCommandJob(const JobArguments& arguments, bool (MCUUpdateTool::*command)()) {
+    MCUUpdateTool tool;
+    return load(tool, arguments) && (tool.*command)();
+}
+
+}  // namespace
+
+bool runJob(long type, const JobArguments& arguments) {
+    switch (type) {
+        case kUpdateType:
+            return updateJob(arguments);
+        case kRebootType:
+            return singleCommandJob(arguments, &MCUUpdateTool::rebootMCU);
+        case kResetType:
+            return singleCommandJob(arguments, &MCUUpdateTool::resetMCU);
+        default:
+            return false;
+    }
+}
