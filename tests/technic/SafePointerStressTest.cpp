@@ -34,7 +34,7 @@ TEST_F(SafePointerStress, ThreadsCopyAndReleaseHandlesOfOneObject) {
         const SafePointer<SafePointerAnimal> shared(new SafePointerDog);
         runOnThreads([&shared] {
             for (int round = 0; round < kRounds; ++round) {
-                const SafePointer<SafePointerAnimal> copy(shared);
+                const SafePointer<SafePointerAnimal> copy = copyOf(shared);
                 SafePointer<SafePointerDog> dog(copy);
                 dog = SafePointer<SafePointerDog>(shared);
             }

@@ -2,106 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstring>
-#include <functional>
-#include <future>
 #include <memory>
-#include <string>
-#include <utility>
 
-#include "tests/technic/SafePointerTestTypes.h"
-#include "tests/technic/StdoutCapture.h"
+#include "tests/technic/SafePointerInspection.h"
 
 namespace {
-
-// The fields of a handle as they lie in memory.
-struct HandleFields {
-    void* table;
-    void* object;
-    SafePointerRecord* record;
-};
-
-template <class T>
-HandleFields fieldsOf(const SafePointer<T>& handle) {
-    static_assert(sizeof(HandleFields) == sizeof(SafePointer<T>));
-    HandleFields fields{};
-    std::memcpy(&fields, static_cast<const void*>(&handle), sizeof fields);
-    return fields;
-}
-
-template <class T>
-SafePointerRecord& recordOf(const SafePointer<T>& handle) {
-    return *fieldsOf(handle).record;
-}
-
-template <class T>
-void setRecord(SafePointer<T>& handle, SafePointerRecord* record) {
-    HandleFields fields = fieldsOf(handle);
-    fields.record = record;
-    std::memcpy(static_cast<void*>(&handle), &fields, sizeof fields);
-}
-
-std::int32_t countOf(SafePointerRecord& record) {
-    record.increment();
-    return record.decrement();
-}
-
-struct Outcome {
-    std::string thrown;
-    std::string printed;
-};
-
-bool operator==(const Outcome& left, const Outcome& right) {
-    return left.thrown == right.thrown && left.printed == right.printed;
-}
-
-void PrintTo(const Outcome& outcome, std::ostream* out) {
-    *out << "thrown \"" << outcome.thrown << "\", printed \"" << outcome.printed << '"';
-}
-
-Outcome outcomeOf(const std::function<void()>& action) {
-    StdoutCapture capture;
-    std::string thrown = "nothing";
-    try {
-        action();
-    } catch (const KdRuntimeError& error) {
-        thrown = error.what();
-    }
-    return {thrown, capture.text()};
-}
-
-Outcome reported(const std::string& typeAndMessage) {
-    const std::string text = "SafePointer Report:" + typeAndMessage;
-    return {text, text + "\n"};
-}
-
-Outcome thrownOnly(const std::string& text) {
-    return {text, ""};
-}
-
-// A handle that was released: its assignment failed after it gave up its own object.
-void makeReleased(SafePointer<SafePointerAnimal>& handle) {
-    const SafePointer<SafePointerAnimal> dying(new SafePointerAnimal);
-    recordOf(dying).decrement();
-    StdoutCapture capture;
-    EXPECT_THROW(handle = dying, KdRuntimeError);
-    recordOf(dying).reset();
-}
-
-// Whether the record's mutex is held; it is released then.
-bool releaseIfLocked(SafePointerRecord& record) {
-    std::future<void> waiting = std::async(std::launch::async, [&record] {
-        record.lock();
-        record.unlock();
-    });
-    const bool isLocked =
-        waiting.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout;
-    if (isLocked) {
-        record.unlock();
-    }
-    return isLocked;
-}
 
 class SafePointerTest : public testing::Test {
   protected:
@@ -119,7 +24,7 @@ TEST_F(SafePointerTest, NewHandleBindsARecordWithCountOne) {
 
 TEST_F(SafePointerTest, CopiesShareObjectAndRecord) {
     const SafePointer<SafePointerAnimal> handle(new SafePointerAnimal);
-    const SafePointer<SafePointerAnimal> copy(handle);
+    const SafePointer<SafePointerAnimal> copy = copyOf(handle);
     EXPECT_EQ(copy.get(), handle.get());
     EXPECT_EQ(&recordOf(copy), &recordOf(handle));
     EXPECT_EQ(countOf(recordOf(handle)), 2);
@@ -130,7 +35,7 @@ TEST_F(SafePointerTest, LastHandleDestroysTheObjectOnceAndFreesItsRecord) {
     {
         const SafePointer<SafePointerAnimal> handle(new SafePointerDog);
         record = &recordOf(handle);
-        { const SafePointer<SafePointerAnimal> copy(handle); }
+        { const SafePointer<SafePointerAnimal> copy = copyOf(handle); }
         EXPECT_EQ(SafePointerAnimal::destroyed, 0);
     }
     EXPECT_EQ(SafePointerAnimal::destroyed, 1);
@@ -155,7 +60,7 @@ TEST_F(SafePointerTest, AssignmentReleasesTheFormerObject) {
 
 TEST_F(SafePointerTest, AssignmentBetweenHandlesOfOneObjectKeepsTheCount) {
     SafePointer<SafePointerAnimal> handle(new SafePointerAnimal);
-    const SafePointer<SafePointerAnimal> copy(handle);
+    const SafePointer<SafePointerAnimal> copy = copyOf(handle);
     handle = copy;
     EXPECT_EQ(countOf(recordOf(handle)), 2);
     EXPECT_EQ(SafePointerAnimal::destroyed, 0);
@@ -204,7 +109,7 @@ TEST_F(SafePointerTest, CopyOfAReleasedHandleIsReported) {
     SafePointer<SafePointerAnimal> released(new SafePointerAnimal);
     makeReleased(released);
     EXPECT_TRUE(released.isNull());
-    EXPECT_EQ(outcomeOf([&] { const SafePointer<SafePointerAnimal> copy(released); }),
+    EXPECT_EQ(outcomeOf([&] { const SafePointer<SafePointerAnimal> copy = copyOf(released); }),
               reported("17SafePointerAnimal Construct from NULL <T>pointer"));
 }
 
@@ -237,104 +142,6 @@ TEST_F(SafePointerTest, ReleasedHandleCanBeAssignedAgain) {
     makeReleased(handle);
     handle = SafePointer<SafePointerAnimal>(new SafePointerDog);
     EXPECT_STREQ(handle->sound(), "bark");
-}
-
-// The three ways to take a reference fail alike.
-using TakeReference = void (*)(const SafePointer<SafePointerAnimal>& source);
-
-void copyHandle(const SafePointer<SafePointerAnimal>& source) {
-    const SafePointer<SafePointerAnimal> copy(source);
-}
-
-void assignHandle(const SafePointer<SafePointerAnimal>& source) {
-    SafePointer<SafePointerAnimal> handle(new SafePointerAnimal);
-    handle = source;
-}
-
-void castHandle(const SafePointer<SafePointerAnimal>& source) {
-    const SafePointer<SafePointerDog> dog(source);
-}
-
-struct TakeCase {
-    const char* name;
-    TakeReference take;
-    const char* type;
-};
-
-class TakingAReference : public testing::TestWithParam<TakeCase> {
-  public:
-    ~TakingAReference() noexcept override = default;
-
-  protected:
-    Outcome take() {
-        return outcomeOf([this] { GetParam().take(m_source); });
-    }
-    static Outcome reportedByType(const char* message) {
-        return reported(std::string(GetParam().type) + message);
-    }
-
-    SafePointer<SafePointerAnimal> m_source{new SafePointerDog};
-};
-
-TEST_P(TakingAReference, OfAHandleWithoutRecordIsReported) {
-    SafePointerRecord* const record = &recordOf(m_source);
-    setRecord(m_source, nullptr);
-    EXPECT_EQ(take(), reportedByType(" Already destructed 1"));
-    setRecord(m_source, record);
-}
-
-TEST_P(TakingAReference, UnderAMutexThatIsNotValidIsReported) {
-    recordOf(m_source).mutex().destroy();
-    EXPECT_EQ(take(), reportedByType(" Already destructed 2"));
-    recordOf(m_source).mutex().init();
-}
-
-TEST_P(TakingAReference, OfAnObjectThatIsBeingDestroyedIsReported) {
-    recordOf(m_source).decrement();
-    EXPECT_EQ(take(), reportedByType(" Already destructed 3"));
-    EXPECT_FALSE(releaseIfLocked(recordOf(m_source)));
-    recordOf(m_source).reset();
-}
-
-TEST_P(TakingAReference, OfARecordBoundToAnotherObjectThrowsAndLeavesItLocked) {
-    const int other = 0;
-    recordOf(m_source).setObject(&other);
-    EXPECT_EQ(take(), thrownOnly("not valid pointer in inc_reference "));
-    EXPECT_TRUE(releaseIfLocked(recordOf(m_source)));
-    recordOf(m_source).setObject(m_source.get());
-    EXPECT_EQ(countOf(recordOf(m_source)), 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(Ways, TakingAReference,
-                         testing::Values(TakeCase{"Copy", copyHandle, "17SafePointerAnimal"},
-                                         TakeCase{"Assign", assignHandle, "17SafePointerAnimal"},
-                                         TakeCase{"Cast", castHandle, "14SafePointerDog"}),
-                         [](const testing::TestParamInfo<TakeCase>& row) {
-                             return row.param.name;
-                         });
-
-TEST_F(SafePointerTest, ReleaseFromARecordBoundToAnotherObjectThrowsAndLeavesItLocked) {
-    const int other = 0;
-    const std::unique_ptr<SafePointerAnimal> object(new SafePointerAnimal);
-    auto* const handle = new SafePointer<SafePointerAnimal>(object.get());
-    SafePointerRecord& record = recordOf(*handle);
-    record.setObject(&other);
-    EXPECT_EQ(outcomeOf([&] { delete handle; }), thrownOnly("not valid pointer in dec_reference"));
-    EXPECT_TRUE(releaseIfLocked(record));
-    EXPECT_EQ(SafePointerAnimal::destroyed, 0);
-    SafePointerRegistry::instance().free(&record, "17SafePointerAnimal");
-}
-
-TEST_F(SafePointerTest, ReleaseOfARecordFreedBehindItsBackThrows) {
-    auto* const object = new SafePointerAnimal;
-    auto* const handle = new SafePointer<SafePointerAnimal>(object);
-    SafePointerRecord& record = recordOf(*handle);
-    SafePointerRegistry::instance().free(&record, "17SafePointerAnimal");
-    record.setObject(object);
-    record.reset();
-    const std::string thrown = outcomeOf([&] { delete handle; }).thrown;
-    EXPECT_EQ(thrown.substr(0, 22), "double free poniter(0x");
-    EXPECT_TRUE(releaseIfLocked(record));
 }
 
 TEST_F(SafePointerTest, RecordIsReusedByLaterHandles) {

@@ -33,3 +33,9 @@ class SafePointerLink {
   private:
     std::unique_ptr<SafePointer<SafePointerLink>> m_next;
 };
+
+// Another handle of the same object.
+template <class T>
+SafePointer<T> copyOf(const SafePointer<T>& handle) {
+    return handle;
+}
