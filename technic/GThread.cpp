@@ -1,3 +1,6 @@
+// The failure function behind assert is declared in builds without assertions as well.
+#undef NDEBUG
+
 #include "technic/GThread.h"
 
 #include <cxxabi.h>
