@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "technic/CancelGuard.h"
+
 namespace {
 
 struct OpenMode {
@@ -36,6 +38,7 @@ const char* modeOf(unsigned flags) {
 }  // namespace
 
 BufferedFile::~BufferedFile() {
+    const CancelGuard whole;
     (void)close();  // nobody is left to be told
 }
 

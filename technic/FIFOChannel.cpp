@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -19,7 +20,7 @@ namespace {
 
 constexpr std::size_t kBufferSize = 1024;
 constexpr mode_t kOwnerOnly = 0600;
-constexpr unsigned kRetriesPerTimeout = 2;
+constexpr std::uint64_t kRetriesPerTimeout = 2;
 constexpr long kRetryMicroseconds = 500000;
 
 struct Transfer {
@@ -31,7 +32,7 @@ struct Transfer {
 template <class Step>
 Transfer passAll(int length, unsigned int timeout, Step step) {
     Transfer transfer{0, 0};
-    unsigned retries = 0;
+    std::uint64_t retries = 0;
     while (transfer.passed < length) {
         transfer.lastResult = static_cast<int>(
             step(transfer.passed, static_cast<std::size_t>(length - transfer.passed)));

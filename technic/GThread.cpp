@@ -7,10 +7,12 @@
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 
+#include "technic/CancelGuard.h"
 #include "technic/DevicePaths.h"
 #include "technic/GThreadFIFOComm.h"
 #include "technic/LogFile.h"
@@ -24,30 +26,49 @@ constexpr unsigned kDefaultTimeoutSeconds = 210;
 constexpr long long kHeartbeatSpacingSeconds = 60;
 constexpr int kLastHeartbeatTries = 3;
 constexpr int kPipeNotOpened = -202;
-constexpr int kWorkFailed = 1;
 constexpr std::uint32_t kExceptionLogBytes = 10240;
 constexpr std::uint32_t kExceptionLogBackups = 1;
 
-// Logs an exception of a work and stops the system with the same text.
+// What an exception of a work is logged as: a standard one as thread + `standard` + message + "]",
+// any other one as `other`.
+struct ExceptionTexts {
+    const char* standard;
+    const char* other;
+};
+
+constexpr ExceptionTexts kSetupTexts{" setup exception,message[", "GThread setup exception."};
+constexpr ExceptionTexts kRunningTexts{" running exception,message[", "GThread running exception."};
+// "massage" is kept: logs are read that way.
+constexpr ExceptionTexts kTeardownTexts{" teardown exception,massage[",
+                                        "GThread teardown exception."};
+
+// Logs an exception and stops the system with the same text. A worker is not killed meanwhile.
 void reportException(const std::string& text) {
+    const CancelGuard whole;
     GThread::writeThreadException(text);
     setSystemRunningFlag(0, text);
 }
 
-// The value of a work, or nothing when it threw; the exception is reported then: a standard one as
-// `prefix()` + its message + "]", any other one as `unknown`. A cancelled thread unwinds through.
-template <class Prefix>
-std::optional<int> callWork(function<int>& work, Prefix prefix, const char* unknown) {
+// The value of a work, or nothing when it threw; the exception is reported then. A cancelled thread
+// unwinds through.
+template <class Work>
+std::optional<int> callWork(Work&& work, const std::string& thread, const ExceptionTexts& texts) {
     try {
         return work();
+    } catch (const std::exception& error) {
+        reportException(thread + texts.standard + error.what() + "]");
     } catch (const abi::__forced_unwind&) {
         throw;
-    } catch (const std::exception& error) {
-        reportException(prefix() + error.what() + "]");
     } catch (...) {
-        reportException(unknown);
+        reportException(texts.other);
     }
     return std::nullopt;
+}
+
+// Guards the path of the heartbeat pipe. Never destroyed: workers may outlive main.
+KdMutex& fifoNameLock() {
+    static KdMutex& lock = *new (KD_HERE) KdMutex;
+    return lock;
 }
 
 }  // namespace
@@ -62,7 +83,7 @@ GThread::GThread(const function<int>& cycleWork, const std::string& name,
       m_cycleWork(cycleWork),
       m_info(new (KD_HERE) GThreadInfo(name)) {
     setTimeout(kDefaultTimeoutSeconds);
-    if (m_ThreadFifoName[0] == '\0') {
+    if (threadFifoName().empty()) {
         setThreadFifoName(device_paths::kHeartbeatPipe);
     }
 }
@@ -77,19 +98,26 @@ GThread::~GThread() noexcept(false) {
 }
 
 void GThread::setThreadFifoName(const char* p_ThreadFifoName) {
+    constexpr std::size_t kSize = sizeof(m_ThreadFifoName);
     // Holds in every build, so assert() does not do.
-    if (p_ThreadFifoName == nullptr ||
-        strnlen(p_ThreadFifoName, sizeof(m_ThreadFifoName)) >= sizeof(m_ThreadFifoName)) {
+    if (p_ThreadFifoName == nullptr || strnlen(p_ThreadFifoName, kSize) >= kSize) {
         __assert_fail(
             "__null != p_ThreadFifoName && strlen(p_ThreadFifoName) < sizeof(m_ThreadFifoName)",
             "GThread.cpp", 399, "static void GThread::setThreadFifoName(const char*)");
     }
-    std::strcpy(m_ThreadFifoName, p_ThreadFifoName);
+    const KdMutexGuard guard(fifoNameLock(), KD_HERE);
+    std::memcpy(m_ThreadFifoName, p_ThreadFifoName, strnlen(p_ThreadFifoName, kSize) + 1);
+}
+
+std::string GThread::threadFifoName() {
+    const KdMutexGuard guard(fifoNameLock(), KD_HERE);
+    return m_ThreadFifoName;
 }
 
 void GThread::setTimeout(unsigned int seconds) {
+    constexpr unsigned kLongestStop = INT_MAX;
     m_info->setTimeout(seconds);
-    setStopTimeout(static_cast<int>(seconds));
+    setStopTimeout(static_cast<int>(std::min(seconds, kLongestStop)));
 }
 
 void GThread::updateHeartbeatName() {
@@ -107,9 +135,7 @@ int GThread::start() {
     m_setupDone = true;
     // The id is the caller's: the worker does not exist yet.
     const std::string caller = label(currentThreadId());
-    const std::optional<int> result = callWork(
-        m_setupWork, [&] { return caller + " setup exception,message["; },
-        "GThread setup exception.");
+    const std::optional<int> result = callWork(m_setupWork, caller, kSetupTexts);
     if (!result) {
         return 0;
     }
@@ -127,12 +153,16 @@ int GThread::start() {
 
 int GThread::run() {
     openRunGate();
+    const std::string worker = label(threadId());
     m_info->setThreadId(static_cast<std::uint32_t>(threadId()));
-    (void)sendHeartbeat();
-    runCycles();
+    const auto works = [this] {
+        (void)sendHeartbeat();
+        runCycles();
+        return 0;
+    };
+    (void)callWork(works, worker, kRunningTexts);
     m_info->setState(GThreadInfo::kStopped);
-    for (int attempt = 0; attempt < kLastHeartbeatTries && sendHeartbeat() != 0; ++attempt) {
-    }
+    (void)callWork([this] { return sendLastHeartbeat(); }, worker, kRunningTexts);
     m_cycleLimit = 0;
     return 0;
 }
@@ -161,10 +191,7 @@ void GThread::runCycles() {
 bool GThread::pass() {
     const std::uint32_t period = m_cycleInterval + 1;
     if (period == 0 || m_tickCount % period == 0) {
-        const std::optional<int> result = callWork(
-            m_cycleWork, [&] { return label(threadId()) + " running exception,message["; },
-            "GThread running exception.");
-        m_lastResult = result.value_or(kWorkFailed);
+        m_lastResult = m_cycleWork();
         ++m_cycleCount;
     } else {
         sleepFor(1, 0);
@@ -189,13 +216,20 @@ int GThread::stop() {
 // Runs on the stopper's thread.
 int GThread::teardown() {
     const std::string worker = label(threadId());
-    const std::optional<int> result = callWork(
-        m_teardownWork, [&] { return worker + " teardown exception,massage["; },
-        "GThread teardown exception.");
+    const std::optional<int> result = callWork(m_teardownWork, worker, kTeardownTexts);
     if (result && *result != 0) {
         writeThreadException(worker + " teardown failed,result=" + std::to_string(*result));
     }
     return result && *result == 0 ? 1 : 0;
+}
+
+// The result of the last try.
+int GThread::sendLastHeartbeat() {
+    int result = sendHeartbeat();
+    for (int attempt = 1; attempt < kLastHeartbeatTries && result != 0; ++attempt) {
+        result = sendHeartbeat();
+    }
+    return result;
 }
 
 // The texts of a failure are composed and dropped: a pipe without a reader is normal while the
@@ -205,7 +239,7 @@ int GThread::sendHeartbeat() {
         return 0;
     }
     const std::string entryError = std::strerror(errno);
-    GThreadFIFOComm comm(m_ThreadFifoName, FIFOChannel::kWrite);
+    GThreadFIFOComm comm(threadFifoName(), FIFOChannel::kWrite);
     if (!comm.open()) {
         const std::string dropped =
             label(threadId()) + " open ThreadCommunication failed! errno=" + std::strerror(errno) +
@@ -229,6 +263,7 @@ std::string GThread::label(int id) const {
 }
 
 void GThread::writeThreadException(const std::string& text) {
-    static std::string path = device_paths::kThreadExceptionLog;
+    // Never destroyed: a worker may outlive main.
+    static std::string& path = *new (KD_HERE) std::string(device_paths::kThreadExceptionLog);
     writeLogLine(path, "ThreadException", text, kExceptionLogBytes, kExceptionLogBackups);
 }

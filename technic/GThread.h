@@ -11,8 +11,9 @@
 
 // A worker thread with three works: set-up, run once on the starter's thread; cycle work, run again
 // and again on the worker while it returns 0 and the system runs; tear-down, run once on the
-// stopper's thread. It reports itself by heartbeats into a named pipe. An exception from a work is
-// logged and stops the system, but does not leave the worker.
+// stopper's thread when set-up was called before, whatever it returned. It reports itself by
+// heartbeats into a named pipe. An exception from a work is logged and stops the system, but does
+// not leave the worker.
 class GThread : public KdThread {
   public:
     GThread(const function<int>& cycleWork, const std::string& name, const function<int>& setupWork,
@@ -21,7 +22,7 @@ class GThread : public KdThread {
     ~GThread() noexcept(false) override;
 
     // The heartbeat pipe of all workers. A null pointer, or a path of 128 characters or more, ends
-    // the program. Set it before workers run.
+    // the program. The first worker made while it is empty sets the device's own.
     static void setThreadFifoName(const char* p_ThreadFifoName);
 
     // How long the worker may stay silent and how long a stop waits for it, in seconds.
@@ -33,6 +34,7 @@ class GThread : public KdThread {
     // failed or no thread could be made. start and stop may be called on any thread.
     int start();
     // 1 when tear-down ran and returned 0; 0 otherwise, also when there was nothing to tear down.
+    // Waits for the worker and kills it in the end, see KdThread::stopWait.
     int stop();
 
     // The cycle work runs on every (interval + 1)-th pass, the others sleep one second. Set these
@@ -53,6 +55,8 @@ class GThread : public KdThread {
     bool pass();
     int teardown();
     int sendHeartbeat();
+    int sendLastHeartbeat();
+    static std::string threadFifoName();
     std::string label(int id) const;
 
     KdMutex m_lock;

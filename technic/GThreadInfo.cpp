@@ -24,6 +24,12 @@ std::uint32_t getBigEndian(const unsigned char* from) {
 
 GThreadInfo::GThreadInfo(std::string name) : m_name(std::move(name)) {}
 
+void GThreadInfo::setName(const std::string& name) {
+    if (m_name != name) {
+        m_name = name;
+    }
+}
+
 std::uint32_t GThreadInfo::serializedSize() const {
     return kFixedSize + static_cast<std::uint32_t>(m_name.size());
 }

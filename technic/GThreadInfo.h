@@ -5,7 +5,7 @@
 #include <string>
 
 // The heartbeat record of one worker. The state is written by starter, stopper and worker without a
-// lock; the other fields belong to the owner until the worker runs.
+// lock; time stamp and name belong to the owner until the worker runs.
 class GThreadInfo {
   public:
     static constexpr std::uint32_t kRunning = 1;
@@ -36,7 +36,8 @@ class GThreadInfo {
     std::int64_t getTimestamp() const { return m_timestamp; }
     void setTimestamp(std::int64_t timestamp) { m_timestamp = timestamp; }
     const std::string& getName() const { return m_name; }
-    void setName(const std::string& name) { m_name = name; }
+    // Touches nothing when the name is the same, so that a worker may read it meanwhile.
+    void setName(const std::string& name);
 
   private:
     std::atomic<std::uint32_t> m_threadId{0};

@@ -2,12 +2,11 @@
 
 #include <sched.h>
 
-#include <atomic>
 #include <cstdint>
 #include <cstdio>
 
 #include "technic/CancelGuard.h"
-#include "technic/KdMutex.h"
+#include "technic/KdThreadState.h"
 #include "technic/SystemControl.h"
 #include "technic/SystemLogger.h"
 #include "technic/ThreadId.h"
@@ -23,68 +22,40 @@ constexpr long kPollMicroseconds = 100000;
 constexpr int kLeaveWaits = 1000;
 constexpr long kLeaveWaitMicroseconds = 1000;
 
-}  // namespace
-
-// What a thread and its owner share. It lives until both are done with it, so that the thread's
-// last unlock is sound whatever the owner does meanwhile.
-struct KdThreadState {
-    pthread_t handle = 0;
-    int result = 0;
-    bool running = false;
-    std::atomic<int> tid{0};
-    // Guards handle, result and running.
-    KdMutex stateLock;
-    // Held by the starter while it creates the thread.
-    KdMutex startLock;
-    // Held by the new thread until its run() begins.
-    KdMutex runGate;
-    // Touched by the new thread alone.
-    bool gateIsHeld = false;
-    // Set by the new thread when it has left run(), returning or unwinding.
-    std::atomic<bool> left{true};
-
-    void openGate() {
-        if (gateIsHeld) {
-            gateIsHeld = false;
-            runGate.unlock(KD_HERE);
-        }
-    }
-};
-
-namespace {
-
 struct Launch {
     std::shared_ptr<KdThreadState> state;
     KdThread* thread;
 };
 
-// Keeps a thread registered while it runs, and marks it as left afterwards. Its destructor also
-// runs when the thread is cancelled.
-class Presence {
+// One run of a thread, on the thread itself. Its destructor also runs when the thread is cancelled
+// or ends itself: then, too, no entry of it stays behind and nobody waits for it.
+class Run {
   public:
-    Presence(KdThreadState& state, const std::string& name, pthread_t handle) : m_state(state) {
-        ThreadInfoManager::instance()->registerThread(m_state.tid, name, handle);
+    Run(KdThreadState& state, const std::string& name) : m_state(state), m_tid(currentThreadId()) {
+        m_state.tid.store(m_tid, std::memory_order_relaxed);
+        ThreadInfoManager::instance()->registerThread(m_tid, name, pthread_self());
     }
-    ~Presence() {
-        ThreadInfoManager::instance()->unregisterThread(m_state.tid);
+    ~Run() {
+        ThreadInfoManager::instance()->unregisterThread(m_tid);
         m_state.openGate();
+        m_state.left.store(true, std::memory_order_release);
+        const KdMutexGuard guard(m_state.stateLock, KD_HERE);
+        // The handle of a thread that its owner has given up is gone, or is that of the next one.
+        if (pthread_equal(m_state.handle, pthread_self()) != 0) {
+            m_state.handle = 0;
+            m_state.result = m_result;
+            m_state.running = false;
+        }
     }
-    Presence(const Presence&) = delete;
-    Presence& operator=(const Presence&) = delete;
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    void setResult(int result) { m_result = result; }
 
   private:
     KdThreadState& m_state;
-};
-
-class LeaveMark {
-  public:
-    explicit LeaveMark(KdThreadState& state) : m_state(state) {}
-    ~LeaveMark() { m_state.left.store(true, std::memory_order_release); }
-    LeaveMark(const LeaveMark&) = delete;
-    LeaveMark& operator=(const LeaveMark&) = delete;
-
-  private:
-    KdThreadState& m_state;
+    const int m_tid;
+    int m_result = 0;
 };
 
 // The opposite of a CancelGuard: the thread may be cancelled while it lives.
@@ -129,27 +100,16 @@ KdThread::~KdThread() noexcept(false) {
 }
 
 int KdThread::start() {
+    auto launch = std::make_unique<Launch>(Launch{m_state, this});
     {
         const KdMutexGuard guard(m_state->stateLock, KD_HERE);
-        if (m_state->running) {
+        if (m_state->running || !m_state->left.load(std::memory_order_acquire)) {
             return kAlreadyRunning;
         }
         m_state->running = true;
+        m_state->left.store(false, std::memory_order_relaxed);
     }
-    m_state->left.store(false, std::memory_order_relaxed);
-    auto launch = std::make_unique<Launch>(Launch{m_state, this});
-    int error = 0;
-    {
-        const ThreadAttributes attributes(m_priority);
-        const KdMutexGuard starting(m_state->startLock, KD_HERE);
-        pthread_t handle = 0;
-        error = pthread_create(&handle, attributes.get(), threadEntry, launch.get());
-        const KdMutexGuard guard(m_state->stateLock, KD_HERE);
-        m_state->handle = error == 0 ? handle : 0;
-        m_state->running = error == 0;
-    }
-    if (error != 0) {
-        m_state->left.store(true, std::memory_order_relaxed);
+    if (!create(launch.get())) {
         return kCannotCreate;
     }
     (void)launch.release();  // the thread owns it now
@@ -158,27 +118,29 @@ int KdThread::start() {
     return 0;
 }
 
+// The new thread does not pass startLock before its handle is stored.
+bool KdThread::create(void* launch) {
+    const ThreadAttributes attributes(m_priority);
+    const KdMutexGuard starting(m_state->startLock, KD_HERE);
+    pthread_t handle = 0;
+    const bool isCreated = pthread_create(&handle, attributes.get(), threadEntry, launch) == 0;
+    const KdMutexGuard guard(m_state->stateLock, KD_HERE);
+    m_state->handle = isCreated ? handle : 0;
+    m_state->running = isCreated;
+    m_state->left.store(!isCreated, std::memory_order_relaxed);
+    return isCreated;
+}
+
 void* KdThread::threadEntry(void* argument) {
     const CancelGuard bookKeeping;
     const std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
     KdThreadState& state = *launch->state;
-    const LeaveMark leaveMark(state);
-
-    state.runGate.lock(KD_HERE);
-    state.gateIsHeld = true;
+    state.closeGate();
     state.startLock.lock(KD_HERE);
     state.startLock.unlock(KD_HERE);
-    state.tid.store(currentThreadId(), std::memory_order_relaxed);
-    int result = 0;
-    {
-        const Presence presence(state, launch->thread->getName(), pthread_self());
-        const CancelWindow mayBeKilled;
-        result = launch->thread->run();
-    }
-    const KdMutexGuard guard(state.stateLock, KD_HERE);
-    state.handle = 0;
-    state.result = result;
-    state.running = false;
+    Run run(state, launch->thread->getName());
+    const CancelWindow mayBeKilled;
+    run.setResult(launch->thread->run());
     return nullptr;
 }
 
@@ -201,14 +163,14 @@ int KdThread::getResult() {
 }
 
 void KdThread::stopWait() {
-    const long polls = static_cast<long>(m_stopTimeout) * kPollsPerSecond;
-    for (long poll = 0; poll < polls && isRunning(); ++poll) {
+    const long long polls = static_cast<long long>(m_stopTimeout) * kPollsPerSecond;
+    for (long long poll = 0; poll < polls && isRunning(); ++poll) {
         if (getSystemRunningFlag() == 0) {
             sleepFor(1, 0);
             if (isRunning()) {
                 kill();
             }
-            break;
+            return;
         }
         sleepFor(0, kPollMicroseconds);
     }
@@ -216,9 +178,7 @@ void KdThread::stopWait() {
         SystemLogger::instance().log("KilledThread", m_name.c_str(), "KdThread.cpp", 156);
         kill();
     }
-    const KdMutexGuard guard(m_state->stateLock, KD_HERE);
-    m_state->handle = 0;
-    m_state->running = false;
+    // A thread that ended by itself has cleared its handle and its running mark.
 }
 
 void KdThread::kill() {

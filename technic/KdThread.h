@@ -22,11 +22,12 @@ class KdThread {
     KdThread(const KdThread&) = delete;
     KdThread& operator=(const KdThread&) = delete;
 
-    // 0 when the thread was started, -5 when it runs already, -2 when it cannot be created.
+    // 0 when the thread was started; -5 when it runs already, or was killed and has not left its
+    // stack yet; -2 when it cannot be created.
     int start();
     // True from start() until the thread's body has returned. Any thread.
     bool isRunning();
-    // What run() returned last; 0 while the thread runs.
+    // What run() returned last; 0 while the thread runs, and when a run ended without returning.
     int getResult();
 
     // Waits for the thread in steps of 100 ms, at most the stop time-out; kills it then, or after
@@ -44,7 +45,7 @@ class KdThread {
     void setStopTimeout(int seconds) { m_stopTimeout = seconds; }
 
   protected:
-    // The thread's body. It opens the run gate first.
+    // The thread's body. It opens the run gate first and lets no exception out.
     virtual int run() = 0;
     // Lets start() return.
     void openRunGate();
@@ -52,6 +53,7 @@ class KdThread {
     int threadId() const;
 
   private:
+    bool create(void* launch);
     static void* threadEntry(void* argument);
 
     std::shared_ptr<KdThreadState> m_state;

@@ -8,9 +8,8 @@ constexpr std::uint32_t kInitialised = 0x99887766;
 
 }  // namespace
 
-LogFile::LogFile() {
+LogFile::LogFile() : m_log({/*dropWhenSizeFails=*/true, /*hasFixedBackup=*/false}) {
     m_mutex.init();
-    m_log.dropWhenSizeFails(true);
 }
 
 LogFile::~LogFile() {

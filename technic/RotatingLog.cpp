@@ -2,12 +2,14 @@
 
 #include <cstdio>
 
+#include "technic/CancelGuard.h"
 #include "technic/TimeUtil.h"
 
 namespace {
 
 constexpr unsigned kAppendFlags = BufferedFile::kWrite | BufferedFile::kAppend;
 constexpr int kYearFirst = 2;
+constexpr std::uint32_t kOneFixedBackup = 0xFFFFFFFF;
 
 }  // namespace
 
@@ -23,6 +25,7 @@ void RotatingLog::set(const std::string& path, std::uint32_t maxSizeBytes,
 }
 
 void RotatingLog::append(const std::string& line) {
+    const CancelGuard whole;
     BufferedFile file;
     if (!file.open(m_path.c_str(), kAppendFlags) || !makeRoom(file)) {
         return;
@@ -36,7 +39,7 @@ void RotatingLog::append(const std::string& line) {
 bool RotatingLog::makeRoom(BufferedFile& file) {
     const long long size = file.size();
     if (size < 0) {
-        return !m_dropWhenSizeFails;
+        return !m_rules.dropWhenSizeFails;
     }
     if (size < static_cast<long long>(m_maxSize)) {
         return true;
@@ -48,6 +51,7 @@ bool RotatingLog::makeRoom(BufferedFile& file) {
     if (!file.open(m_path.c_str(), kAppendFlags)) {
         return false;
     }
-    m_backupIndex = m_backupCount == kOneFixedBackup ? 0 : (m_backupIndex + 1) % m_backupCount;
+    const bool isFixed = m_rules.hasFixedBackup && m_backupCount == kOneFixedBackup;
+    m_backupIndex = isFixed ? 0 : (m_backupIndex + 1) % m_backupCount;
     return true;
 }

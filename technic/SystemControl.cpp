@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "technic/CancelGuard.h"
 #include "technic/DevicePaths.h"
 #include "technic/LogFile.h"
 
@@ -36,13 +37,18 @@ class LocalSocket {
     LocalSocket() : m_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
     ~LocalSocket() {
         if (m_fd >= 0) {
+            const CancelGuard whole;
             ::close(m_fd);
         }
     }
     LocalSocket(const LocalSocket&) = delete;
     LocalSocket& operator=(const LocalSocket&) = delete;
 
+    // A daemon that does not take connections any more is waited for as long as for a reply.
     bool connectTo(const char* path) const {
+        timeval longest{};
+        longest.tv_sec = kReplyWaitSeconds;
+        (void)setsockopt(m_fd, SOL_SOCKET, SO_SNDTIMEO, &longest, sizeof(longest));
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         std::strncpy(address.sun_path, path, sizeof(address.sun_path) - 1);
@@ -68,6 +74,10 @@ class LocalSocket {
 
     // As select: above 0 readable, 0 timed out, below 0 failed.
     int waitReadable(int seconds) const {
+        if (m_fd >= FD_SETSIZE) {
+            errno = EINVAL;
+            return -1;
+        }
         fd_set readable;
         FD_ZERO(&readable);
         FD_SET(m_fd, &readable);

@@ -37,7 +37,7 @@ class SystemLogger {
   private:
     SystemLogger() = default;
 
-    RotatingLog m_log;
+    RotatingLog m_log{{/*dropWhenSizeFails=*/false, /*hasFixedBackup=*/true}};
     KdMutex m_mutex;
     std::atomic<std::uint32_t> m_initMark{0};
 };
