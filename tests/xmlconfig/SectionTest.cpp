@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+
+#include <list>
+#include <string>
+
+#include "tests/xmlconfig/Loaded.h"
+
+namespace {
+
+using Items = std::list<SafePointer<XmlConfigureItem>>;
+
+std::string document(const std::string& sections) {
+    return "<Configure name=\"D\">" + sections + "</Configure>";
+}
+
+std::string idsOf(const Items& items) {
+    std::string ids;
+    for (const auto& item : items) {
+        std::string id;
+        EXPECT_TRUE(item->getString("id", id));
+        ids += id;
+    }
+    return ids;
+}
+
+TEST(SectionLookup, FindsASectionByItsExactName) {
+    Loaded loaded(document("<Configure name=\"A\" v=\"1\"/><Configure name=\"B\" v=\"2\"/>"));
+    std::string value;
+    EXPECT_TRUE(loaded.node("B")->getString("v", value));
+    EXPECT_EQ(value, "2");
+    EXPECT_FALSE(loaded.has("b"));
+    EXPECT_FALSE(loaded.has("B "));
+    EXPECT_FALSE(loaded.has(""));
+}
+
+TEST(SectionLookup, TakesTheFirstOfTwoSectionsOfOneName) {
+    Loaded loaded(document("<Configure name=\"A\" v=\"1\"/><Configure name=\"A\" v=\"2\"/>"));
+    std::string value;
+    EXPECT_TRUE(loaded.node("A")->getString("v", value));
+    EXPECT_EQ(value, "1");
+}
+
+TEST(SectionLookup, EndsAtASectionWithoutAName) {
+    Loaded loaded(document("<Configure/><Configure name=\"A\"/><Configure name=\"B\"/>"));
+    EXPECT_FALSE(loaded.has("A"));
+    EXPECT_FALSE(loaded.has("B"));
+}
+
+TEST(SectionLookup, EndsAtAFollowingElementOfAnotherKindWithoutAName) {
+    Loaded loaded(document("<Configure name=\"A\"/><Other/><Configure name=\"B\"/>"));
+    EXPECT_TRUE(loaded.has("A"));
+    EXPECT_FALSE(loaded.has("B"));
+}
+
+TEST(SectionLookup, TakesAFollowingElementOfAnotherKindWithTheName) {
+    Loaded loaded(document("<Configure name=\"A\"/><Other name=\"B\"/>"));
+    EXPECT_TRUE(loaded.has("B"));
+}
+
+TEST(SectionLookup, BeginsAtTheFirstConfigureElement) {
+    Loaded loaded(document("<Other/><Configure name=\"A\"/>"));
+    EXPECT_TRUE(loaded.has("A"));
+    EXPECT_FALSE(loaded.has("Other"));
+}
+
+TEST(SectionLookup, FailsWithoutAnySection) {
+    Loaded loaded(document(""));
+    EXPECT_FALSE(loaded.has("A"));
+}
+
+TEST(SectionLookup, LeavesTheNodeOfAFailedSearchAsItIs) {
+    Loaded loaded(document("<Configure name=\"A\" v=\"1\"/>"));
+    SafePointer<XmlConfigureNode> node = loaded.node("A");
+    EXPECT_FALSE(loaded.tool().getNode("B", node));
+    std::string value;
+    EXPECT_TRUE(node->getString("v", value));
+}
+
+TEST(SectionLookup, FindsSubSectionsOfASection) {
+    Loaded loaded(document("<Configure name=\"A\"><Configure name=\"Sub\" v=\"3\"/></Configure>"));
+    SafePointer<XmlConfigureNode> sub = noNode();
+    EXPECT_TRUE(loaded.node("A")->getNode("Sub", sub));
+    std::string value;
+    EXPECT_TRUE(sub->getString("v", value));
+    EXPECT_EQ(value, "3");
+    EXPECT_FALSE(loaded.has("Sub"));
+}
+
+TEST(SectionLookup, FailsWhenNothingIsLoaded) {
+    const XmlConfigureTool tool;
+    SafePointer<XmlConfigureNode> node = noNode();
+    EXPECT_FALSE(tool.getNode("A", node));
+}
+
+TEST(ItemList, KeepsDocumentOrder) {
+    Loaded loaded(
+        section("", "<ConfigItem id=\"1\"/><ConfigItem id=\"2\"/><ConfigItem id=\"3\"/>"));
+    Items items;
+    EXPECT_TRUE(loaded.node("S")->getItems(items));
+    EXPECT_EQ(idsOf(items), "123");
+}
+
+TEST(ItemList, FailsWithoutAConfigItem) {
+    Loaded loaded(section("", "<Item id=\"1\"/>"));
+    Items items;
+    EXPECT_FALSE(loaded.node("S")->getItems(items));
+    EXPECT_TRUE(items.empty());
+}
+
+TEST(ItemList, FindsItemsBehindAComment) {
+    Loaded loaded(section("", "<!-- the files --><ConfigItem id=\"1\"/>"));
+    Items items;
+    EXPECT_TRUE(loaded.node("S")->getItems(items));
+    EXPECT_EQ(idsOf(items), "1");
+}
+
+TEST(ItemList, TakesFollowingElementsOfAnyNameAndNoneBefore) {
+    Loaded loaded(section("", "<X id=\"0\"/><ConfigItem id=\"1\"/><Y id=\"2\"/>"));
+    Items items;
+    EXPECT_TRUE(loaded.node("S")->getItems(items));
+    EXPECT_EQ(idsOf(items), "12");
+}
+
+TEST(ItemList, IsAppendedToWhatTheListHolds) {
+    Loaded loaded(section("", "<ConfigItem id=\"1\"/>"));
+    Items items;
+    EXPECT_TRUE(loaded.node("S")->getItems(items));
+    EXPECT_TRUE(loaded.node("S")->getItems(items));
+    EXPECT_EQ(idsOf(items), "11");
+}
+
+TEST(ItemList, FailsWhenThereAreMoreItemsThanHandles) {
+    std::string children;
+    for (int i = 0; i < 21000; ++i) {
+        children += "<ConfigItem/>";
+    }
+    Loaded loaded(section("", children));
+    Items items;
+    EXPECT_FALSE(loaded.node("S")->getItems(items));
+    EXPECT_TRUE(items.empty());
+    EXPECT_TRUE(loaded.has("S"));
+}
+
+TEST(Placeholder, NodeAndItemFailEveryOperation) {
+    const XmlConfigureNode node;
+    const XmlConfigureItem item;
+    SafePointer<XmlConfigureNode> sub = noNode();
+    Items items;
+    std::string text;
+    EXPECT_FALSE(node.getNode("A", sub));
+    EXPECT_FALSE(node.getItems(items));
+    EXPECT_FALSE(node.getString("a", text));
+    EXPECT_FALSE(item.getString("a", text));
+}
+
+}  // namespace

@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "tests/xmlconfig/Loaded.h"
+
+namespace {
+
+TEST(StringRead, CopiesTheText) {
+    Loaded loaded(section("a=\" x &amp; y \" e=\"\""));
+    std::string value = "before";
+    EXPECT_TRUE(loaded.node("S")->getString("a", value));
+    EXPECT_EQ(value, " x & y ");
+    EXPECT_TRUE(loaded.node("S")->getString("e", value));
+    EXPECT_EQ(value, "");
+}
+
+TEST(StringRead, FailsForAMissingAttributeAndKeepsItsTarget) {
+    Loaded loaded(section(""));
+    std::string value = "before";
+    EXPECT_FALSE(loaded.node("S")->getString("a", value));
+    EXPECT_EQ(value, "before");
+}
+
+struct IntRow {
+    const char* what;
+    std::string text;
+    std::int32_t number;
+};
+
+class IntRead : public testing::TestWithParam<IntRow> {};
+
+TEST_P(IntRead, ConvertsWhatTheTextBeginsWith) {
+    Loaded loaded(section("a=\"" + GetParam().text + "\""));
+    std::int32_t value = -7;
+    EXPECT_TRUE(loaded.node("S")->getInt("a", value));
+    EXPECT_EQ(value, GetParam().number);
+}
+
+constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, IntRead,
+    testing::Values(IntRow{"Plain", "115200", 115200}, IntRow{"Negative", "-3", -3},
+                    IntRow{"Plus", "+8", 8}, IntRow{"LeadingBlanks", " \t 8", 8},
+                    IntRow{"TrailingText", "8N1", 8}, IntRow{"Fraction", "1.9", 1},
+                    IntRow{"Hexadecimal", "0x10", 0}, IntRow{"LeadingZero", "010", 10},
+                    IntRow{"NoDigits", "abc", 0}, IntRow{"Empty", "", 0}, IntRow{"Sign", "-", 0},
+                    IntRow{"Most", "2147483647", kMost}, IntRow{"Least", "-2147483648", kLeast},
+                    IntRow{"TooLarge", "2147483648", kMost},
+                    IntRow{"TooSmall", "-2147483649", kLeast},
+                    IntRow{"HugeDigits", std::string(10000, '9'), kMost},
+                    IntRow{"HugeNegativeDigits", "-" + std::string(10000, '9'), kLeast}),
+    [](const auto& test) { return test.param.what; });
+
+TEST(IntRead, SetsItsTargetToZeroForAMissingAttribute) {
+    Loaded loaded(section(""));
+    std::int32_t value = -7;
+    EXPECT_FALSE(loaded.node("S")->getInt("a", value));
+    EXPECT_EQ(value, 0);
+}
+
+struct UInt64Row {
+    const char* what;
+    std::string text;
+    std::uint64_t number;
+};
+
+class UInt64Read : public testing::TestWithParam<UInt64Row> {};
+
+TEST_P(UInt64Read, ScansTheText) {
+    Loaded loaded(section("a=\"" + GetParam().text + "\""));
+    std::uint64_t value = 77;
+    EXPECT_TRUE(loaded.node("S")->getUInt64("a", value));
+    EXPECT_EQ(value, GetParam().number);
+}
+
+constexpr std::uint64_t kMost64 = std::numeric_limits<std::uint64_t>::max();
+
+INSTANTIATE_TEST_SUITE_P(Texts, UInt64Read,
+                         testing::Values(UInt64Row{"Plain", "42", 42},
+                                         UInt64Row{"Most", "18446744073709551615", kMost64},
+                                         UInt64Row{"HugeDigits", std::string(10000, '9'), kMost64},
+                                         UInt64Row{"TrailingText", "12ab", 12},
+                                         UInt64Row{"NoNumber", "abc", 77},
+                                         UInt64Row{"Empty", "", 77}),
+                         [](const auto& test) { return test.param.what; });
+
+TEST(UInt64Read, FailsForAMissingAttributeAndKeepsItsTarget) {
+    Loaded loaded(section(""));
+    std::uint64_t value = 77;
+    EXPECT_FALSE(loaded.node("S")->getUInt64("a", value));
+    EXPECT_EQ(value, 77U);
+}
+
+struct BoolRow {
+    const char* what;
+    const char* text;
+    bool before;
+    bool after;
+};
+
+class BoolRead : public testing::TestWithParam<BoolRow> {};
+
+TEST_P(BoolRead, KnowsTrueAndFalseInAnyCase) {
+    Loaded loaded(section(std::string("a=\"") + GetParam().text + "\""));
+    bool value = GetParam().before;
+    EXPECT_TRUE(loaded.node("S")->getBool("a", value));
+    EXPECT_EQ(value, GetParam().after);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, BoolRead,
+                         testing::Values(BoolRow{"True", "true", false, true},
+                                         BoolRow{"UpperTrue", "TRUE", false, true},
+                                         BoolRow{"MixedFalse", "FalsE", true, false},
+                                         BoolRow{"YesKeepsFalse", "yes", false, false},
+                                         BoolRow{"YesKeepsTrue", "yes", true, true},
+                                         BoolRow{"OneKeepsFalse", "1", false, false},
+                                         BoolRow{"BlankKeepsFalse", "true ", false, false},
+                                         BoolRow{"EmptyKeepsTrue", "", true, true}),
+                         [](const auto& test) { return test.param.what; });
+
+TEST(BoolRead, FailsForAMissingAttributeAndKeepsItsTarget) {
+    Loaded loaded(section(""));
+    bool value = true;
+    EXPECT_FALSE(loaded.node("S")->getBool("a", value));
+    EXPECT_TRUE(value);
+}
+
+TEST(ItemRead, ConvertsAsANodeDoes) {
+    Loaded loaded(section("", "<ConfigItem s=\"x\" i=\"-1\" u=\"5\" b=\"True\"/>"));
+    std::list<SafePointer<XmlConfigureItem>> items;
+    ASSERT_TRUE(loaded.node("S")->getItems(items));
+    const XmlConfigureItem& item = *items.front();
+    std::string text;
+    std::int32_t number = 0;
+    std::uint64_t large = 0;
+    bool flag = false;
+    EXPECT_TRUE(item.getString("s", text));
+    EXPECT_TRUE(item.getInt("i", number));
+    EXPECT_TRUE(item.getUInt64("u", large));
+    EXPECT_TRUE(item.getBool("b", flag));
+    EXPECT_EQ(text, "x");
+    EXPECT_EQ(number, -1);
+    EXPECT_EQ(large, 5U);
+    EXPECT_TRUE(flag);
+    EXPECT_FALSE(item.getBool("c", flag));
+}
+
+}  // namespace
