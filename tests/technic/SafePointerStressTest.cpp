@@ -45,20 +45,21 @@ TEST_F(SafePointerStress, ThreadsCopyAndReleaseHandlesOfOneObject) {
 }
 
 TEST_F(SafePointerStress, EveryObjectIsDestroyedOnceWhileThePoolGrows) {
-    constexpr int kKept = 200;
-    constexpr int kRounds = 1500;
     const std::size_t before = SafePointerRegistry::instance().recordCount();
-    runOnThreads([] {
+    // More than the pool holds on each thread, so that it grows however the threads are scheduled.
+    const std::size_t keptCount = before + 50;
+    const std::size_t rounds = keptCount + 1000;
+    runOnThreads([keptCount, rounds] {
         std::list<SafePointer<SafePointerAnimal>> kept;
-        for (int round = 0; round < kRounds; ++round) {
+        for (std::size_t round = 0; round < rounds; ++round) {
             kept.emplace_back(new SafePointerAnimal);
-            const SafePointer<SafePointerAnimal> copy(kept.front());
-            if (kept.size() > kKept) {
+            const SafePointer<SafePointerAnimal> copy = copyOf(kept.front());
+            if (kept.size() > keptCount) {
                 kept.pop_front();
             }
         }
     });
-    EXPECT_EQ(SafePointerAnimal::destroyed, kThreads * kRounds);
+    EXPECT_EQ(SafePointerAnimal::destroyed, kThreads * static_cast<int>(rounds));
     EXPECT_GT(SafePointerRegistry::instance().recordCount(), before);
 }
 
