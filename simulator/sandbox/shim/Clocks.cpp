@@ -1,0 +1,68 @@
+// The clocks: what they tell is the device's time.
+#include <sys/time.h>
+#include <sys/times.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include "simulator/sandbox/shim/Next.h"
+#include "simulator/sandbox/shim/TimeScale.h"
+
+namespace {
+
+Next<decltype(clock_gettime)> nextClockGettime("clock_gettime");
+Next<decltype(gettimeofday)> nextGettimeofday("gettimeofday");
+Next<decltype(time)> nextTime("time");
+Next<decltype(times)> nextTimes("times");
+Next<decltype(timespec_get)> nextTimespecGet("timespec_get");
+
+timespec deviceTimeOfDay() {
+    return time_scale::momentToDevice(time_scale::realClock(CLOCK_REALTIME));
+}
+
+}  // namespace
+
+SHIM_EXPORT int clock_gettime(clockid_t clock, timespec* now) noexcept {
+    const int result = nextClockGettime.get()(clock, now);
+    if (result == 0 && time_scale::isActive() && time_scale::isScaledClock(clock)) {
+        *now = time_scale::momentToDevice(*now);
+    }
+    return result;
+}
+
+SHIM_EXPORT int gettimeofday(timeval* now, void* zone) noexcept {
+    const int result = nextGettimeofday.get()(now, zone);
+    if (result == 0 && time_scale::isActive()) {
+        *now = time_scale::toTimeval(deviceTimeOfDay());
+    }
+    return result;
+}
+
+SHIM_EXPORT time_t time(time_t* now) noexcept {
+    if (!time_scale::isActive()) {
+        return nextTime.get()(now);
+    }
+    const time_t seconds = deviceTimeOfDay().tv_sec;
+    if (now != nullptr) {
+        *now = seconds;
+    }
+    return seconds;
+}
+
+// The elapsed ticks are the device's; the processor times are as they were.
+SHIM_EXPORT clock_t times(tms* used) noexcept {
+    const clock_t ticks = nextTimes.get()(used);
+    if (!time_scale::isActive()) {
+        return ticks;
+    }
+    const std::int64_t perTick = time_scale::kNanosecondsPerSecond / sysconf(_SC_CLK_TCK);
+    return ticks + static_cast<clock_t>(time_scale::nanosecondsAhead() / perTick);
+}
+
+SHIM_EXPORT int timespec_get(timespec* now, int base) noexcept {
+    const int result = nextTimespecGet.get()(now, base);
+    if (result == TIME_UTC && time_scale::isActive()) {
+        *now = time_scale::momentToDevice(*now);
+    }
+    return result;
+}
