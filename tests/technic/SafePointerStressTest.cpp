@@ -45,21 +45,25 @@ TEST_F(SafePointerStress, ThreadsCopyAndReleaseHandlesOfOneObject) {
 }
 
 TEST_F(SafePointerStress, EveryObjectIsDestroyedOnceWhileThePoolGrows) {
+    constexpr std::size_t kKept = 200;  // more than one growth step
+    constexpr int kRounds = 1500;
+    // The pool is filled first, so that it grows however the threads are scheduled.
+    std::list<SafePointer<SafePointerAnimal>> filling;
+    while (filling.size() < SafePointerRegistry::instance().recordCount() - 1) {
+        filling.emplace_back(new SafePointerAnimal);
+    }
     const std::size_t before = SafePointerRegistry::instance().recordCount();
-    // More than the pool holds on each thread, so that it grows however the threads are scheduled.
-    const std::size_t keptCount = before + 50;
-    const std::size_t rounds = keptCount + 1000;
-    runOnThreads([keptCount, rounds] {
+    runOnThreads([] {
         std::list<SafePointer<SafePointerAnimal>> kept;
-        for (std::size_t round = 0; round < rounds; ++round) {
+        for (int round = 0; round < kRounds; ++round) {
             kept.emplace_back(new SafePointerAnimal);
             const SafePointer<SafePointerAnimal> copy = copyOf(kept.front());
-            if (kept.size() > keptCount) {
+            if (kept.size() > kKept) {
                 kept.pop_front();
             }
         }
     });
-    EXPECT_EQ(SafePointerAnimal::destroyed, kThreads * static_cast<int>(rounds));
+    EXPECT_EQ(SafePointerAnimal::destroyed, kThreads * kRounds);
     EXPECT_GT(SafePointerRegistry::instance().recordCount(), before);
 }
 
