@@ -1,0 +1,16 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/e2e/Device.h"
+
+// The note is the golden note, whole, but for what background threads wrote (see GoldenNote.h).
+void expectNote(const RunResult& result, const std::string& goldenName);
+// Status 0, that note, and the marker file standing; or gone.
+void expectSuccess(const RunResult& result, const std::string& goldenName);
+void expectFailure(const RunResult& result, const std::string& goldenName);
+
+std::size_t countLines(const std::string& text, const std::string& line);

@@ -1,0 +1,34 @@
+#include "tests/e2e/Scenario.h"
+
+using nlohmann::json;
+
+// 200 ms of real time, whatever the scale.
+const int kTimeout = E2E_TIME_SCALE / 5;
+
+SimulatedMcu arm1(const std::vector<int>& version, const std::string& state) {
+    return {"ARM1", 1, "a1b2c3d4", version, state};
+}
+
+FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version) {
+    return FirmwareImage(3000).version(version).hardware({0xA1, 0xB2, 0xC3, 0xD4});
+}
+
+UpdateConfigFile arm1Config(const UpdateConfigFile::Attributes& more) {
+    UpdateConfigFile config;
+    config.entry(1, "ARM1", "arm1.bin", 4, more);
+    return config;
+}
+
+const std::vector<std::string> kWholeUpdate = {"fe060b010113ff", "fe0601010109ff",
+                                               "fe0501010108ff", "fe050301010aff",
+                                               "fe0501010108ff", "fe050501010cff"};
+const std::vector<std::string> kQuestionsOnly = {"fe060b010113ff", "fe0601010109ff",
+                                                 "fe050901000fff"};
+
+const json kNeverBoots = json::array({{{"on", "set-to-boot"}, {"do", "no-boot"}}});
+const json kBootsAtTheSixthRequest =
+    json::array({{{"on", "set-to-boot"}, {"n", {{"from", 1}, {"to", 5}}}, {"do", "no-boot"}}});
+const json kRefusesPermission = json::array({{{"on", "update"}, {"do", "refuse"}}});
+const json kSilent = json::array({{{"on", "hardware"}, {"do", "ignore"}}});
+const json kWrongHardwareSixTimes = json::array(
+    {{{"on", "hardware"}, {"n", {{"from", 1}, {"to", 6}}}, {"do", "wrong"}, {"data", "deadbeef"}}});

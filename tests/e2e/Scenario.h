@@ -1,0 +1,29 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/e2e/Device.h"
+
+// The MCU, image and configuration that most tests use: ARM1 behind target 1 with the hardware
+// a1b2c3d4, an image of 3000 bytes, one entry.
+
+// The tool's time-out argument: long enough for a busy machine at the tests' time scale.
+extern const int kTimeout;
+
+SimulatedMcu arm1(const std::vector<int>& version, const std::string& state = "application");
+FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version);
+UpdateConfigFile arm1Config(const UpdateConfigFile::Attributes& more = {});
+
+// What the tool sends in one successful update, and to an MCU that is up to date; stop-upload
+// frames are left out, for the keeper sends them at moments of its own.
+extern const std::vector<std::string> kWholeUpdate;
+extern const std::vector<std::string> kQuestionsOnly;
+
+// Fault scripts of the simulated MCU.
+extern const nlohmann::json kNeverBoots;
+extern const nlohmann::json kBootsAtTheSixthRequest;
+extern const nlohmann::json kRefusesPermission;
+extern const nlohmann::json kSilent;
+extern const nlohmann::json kWrongHardwareSixTimes;
