@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "app/StandardStreams.h"
 #include "app/UpdateJob.h"
 #include "mcu/UpdateNote.h"
 
@@ -31,6 +32,7 @@ int withinInt(long number) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    fillStandardStreams();
     useLineBuffering();
     ignoreBrokenPipes();
     if (argc != kArgumentCount) {
