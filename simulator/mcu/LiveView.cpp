@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::size_t kMostShownBytes = 16;
-constexpr std::size_t kPlainProgressStep = 16 * 1024;
+constexpr std::size_t kPlainProgressStep = 16384;
 constexpr std::size_t kBarStep = 1024;
 constexpr std::size_t kBarWidth = 32;
 
