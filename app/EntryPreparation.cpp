@@ -1,66 +1,33 @@
 #include "app/EntryPreparation.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
+#include "technic/RegularFile.h"
+
 namespace {
 
-constexpr std::size_t kVersionLength = 3;
+constexpr int kVersionLength = 3;
 
-// A regular file that is open for reading. Opened without waiting, for a pipe in the file's place
-// must not hold the update up.
-class FirmwareFile {
-  public:
-    explicit FirmwareFile(const std::string& path)
-        : m_fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
-        struct stat status {};
-        if (m_fd >= 0 && fstat(m_fd, &status) == 0 && S_ISREG(status.st_mode)) {
-            m_size = static_cast<long long>(status.st_size);
-        }
-    }
-    ~FirmwareFile() {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    FirmwareFile(const FirmwareFile&) = delete;
-    FirmwareFile& operator=(const FirmwareFile&) = delete;
-
-    bool isOpen() const { return m_size >= 0; }
-
-    // Exactly `length` bytes from `position` on, or nothing. Asks for memory only after it is clear
-    // that the file holds them.
-    std::optional<std::vector<unsigned char>> read(long long position, std::size_t length) const {
-        if (length == 0) {
-            return std::vector<unsigned char>();
-        }
-        if (position < 0 || position > m_size ||
-            length > static_cast<unsigned long long>(m_size - position)) {
-            return std::nullopt;
-        }
-        std::vector<unsigned char> bytes(length);
-        std::size_t count = 0;
-        while (count < length) {
-            const ssize_t got = pread(m_fd, bytes.data() + count, length - count,
-                                      static_cast<off_t>(position) + static_cast<off_t>(count));
-            if (got <= 0) {
-                return std::nullopt;
-            }
-            count += static_cast<std::size_t>(got);
-        }
+// Exactly `length` bytes from `position` on, or nothing. Asks for memory only after it is clear
+// that the file holds them.
+std::optional<std::vector<unsigned char>> readBytes(const RegularFile& file, long position,
+                                                    int length) {
+    std::vector<unsigned char> bytes;
+    if (length <= 0) {
         return bytes;
     }
-
-  private:
-    int m_fd;
-    long long m_size = -1;
-};
+    if (!file.holds(position, length)) {
+        return std::nullopt;
+    }
+    bytes.resize(static_cast<std::size_t>(length));
+    if (!file.readAt(position, bytes.data(), bytes.size())) {
+        return std::nullopt;
+    }
+    return bytes;
+}
 
 // Hexadecimal with or without a leading 0x; a text that is no number reads as 0.
 long positionOf(const std::string& text) {
@@ -88,14 +55,13 @@ std::string hardwareText(const std::vector<unsigned char>& bytes) {
 std::optional<PreparedEntry> prepareEntry(const UpdateFileEntry& entry,
                                           const std::string& filePrefix) {
     const std::string path = filePrefix + entry.fileName;
-    const FirmwareFile file(path);
+    const RegularFile file(path);
     if (!file.isOpen()) {
         return std::nullopt;
     }
-    const auto version = file.read(positionOf(entry.versionPosition), kVersionLength);
-    const std::size_t hardwareLength =
-        entry.hardwareInfoLength > 0 ? static_cast<std::size_t>(entry.hardwareInfoLength) : 0;
-    const auto hardware = file.read(positionOf(entry.hardwareInfoPosition), hardwareLength);
+    const auto version = readBytes(file, positionOf(entry.versionPosition), kVersionLength);
+    const auto hardware =
+        readBytes(file, positionOf(entry.hardwareInfoPosition), entry.hardwareInfoLength);
     if (!version || !hardware) {
         return std::nullopt;
     }

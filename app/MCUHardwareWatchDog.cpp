@@ -30,6 +30,7 @@ MCUHardwareWatchDog::~MCUHardwareWatchDog() noexcept(false) {
     if (isRunning()) {
         stop();
     }
+    useDevice(-1);  // still open when the thread had to be killed
 }
 
 int MCUHardwareWatchDog::start() {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 #include "app/EntryPreparation.h"
 #include "app/MCUUpdater.h"
@@ -49,8 +50,8 @@ bool MCUUpdateToolImpl::loadConfig() {
             entries.push_back(*prepared);
         }
     }
-    m_param = config.param;
-    m_entries = entries;
+    m_param = std::move(config.param);
+    m_entries = std::move(entries);
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "app/UpdateConfig.h"
 
 #include <list>
+#include <utility>
 
 #include "technic/SafePointer.h"
 #include "technic/SourceLocation.h"
@@ -10,9 +11,6 @@
 #include "xmlconfig/XmlConfigureTool.h"
 
 namespace {
-
-constexpr int kUtf8 = 1;
-constexpr int kReadOnly = 1;
 
 bool readParam(XmlConfigureTool& tool, UpdateParam& param) {
     SafePointer<XmlConfigureNode> node(new (KD_HERE) XmlConfigureNode);
@@ -57,10 +55,10 @@ bool readEntries(XmlConfigureTool& tool, std::vector<UpdateFileEntry>& entries) 
 bool readUpdateConfig(const std::string& path, UpdateConfig& config) {
     XmlConfigureTool tool;
     UpdateConfig read;
-    if (!tool.load(path, kUtf8, kReadOnly) || !readParam(tool, read.param) ||
-        !readEntries(tool, read.entries)) {
+    if (!tool.load(path, XmlConfigureTool::kEncodingUtf8, XmlConfigureTool::kModeRead) ||
+        !readParam(tool, read.param) || !readEntries(tool, read.entries)) {
         return false;
     }
-    config = read;
+    config = std::move(read);
     return true;
 }

@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <exception>
+
 #include "app/MCUHardwareWatchDog.h"
 #include "app/MCUUpdateTool.h"
 #include "mcu/UpdateNote.h"
@@ -20,17 +23,18 @@ constexpr long kSecondRunWaitSeconds = 20;
 constexpr char kSuccessMarker[] = "MCUUpdateSuccess";
 constexpr mode_t kMarkerMode = 0644;
 
+// Empty. What stands in its place already is emptied, and never waited for.
 void createMarker() {
     const int marker =
-        ::open(kSuccessMarker, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMarkerMode);
+        ::open(kSuccessMarker, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kMarkerMode);
     if (marker >= 0) {
-        ::close(marker);
+        (void)::close(marker);  // nothing was written
     }
 }
 
-// A missing marker is no error.
+// Whatever bears the name goes, for only its presence counts. A missing marker is no error.
 void removeMarker() {
-    (void)::unlink(kSuccessMarker);
+    (void)std::remove(kSuccessMarker);
 }
 
 bool load(MCUUpdateTool& tool, const JobArguments& arguments) {
@@ -40,10 +44,19 @@ bool load(MCUUpdateTool& tool, const JobArguments& arguments) {
     return tool.loadConfig();
 }
 
+// One run of the whole list; a run that cannot go on has failed.
+bool runList(MCUUpdateTool& tool) {
+    try {
+        return tool.updateAll();
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 // The whole list at most twice.
 bool updateWithSecondRun(MCUUpdateTool& tool) {
     for (int failures = 0;;) {
-        if (tool.updateAll()) {
+        if (runList(tool)) {
             createMarker();
             UpdateNote::log("update seccess!\n\n\n\n");
             return true;
@@ -75,9 +88,7 @@ bool singleCommandJob(const JobArguments& arguments, bool (MCUUpdateTool::*comma
     return load(tool, arguments) && (tool.*command)();
 }
 
-}  // namespace
-
-bool runJob(long type, const JobArguments& arguments) {
+bool dispatch(long type, const JobArguments& arguments) {
     switch (type) {
         case kUpdateType:
             return updateJob(arguments);
@@ -87,5 +98,15 @@ bool runJob(long type, const JobArguments& arguments) {
             return singleCommandJob(arguments, &MCUUpdateTool::resetMCU);
         default:
             return false;
+    }
+}
+
+}  // namespace
+
+bool runJob(long type, const JobArguments& arguments) {
+    try {
+        return dispatch(type, arguments);
+    } catch (const std::exception&) {
+        return false;  // no memory, or a fault of the foundation; the job ends as failed
     }
 }

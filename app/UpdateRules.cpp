@@ -30,7 +30,8 @@ std::optional<std::string> maskHardware(const std::string& text, const std::stri
     if (mask.empty()) {
         return text;
     }
-    if (mask.size() < text.size() || !isHexadecimal(mask.substr(0, text.size()))) {
+    if (mask.size() < text.size() || !isHexadecimal(text) ||
+        !isHexadecimal(mask.substr(0, text.size()))) {
         return std::nullopt;
     }
     std::string masked;

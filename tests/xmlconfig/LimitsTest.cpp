@@ -89,7 +89,7 @@ TEST_P(RandomMarkup, NeverParsesDeeperThanTheLimitsAllow) {
         "&#65",        "standalone", "\xE5", "<a b=c", "<a b=\"</a>\">"};
     std::mt19937 random(20);
     int deep = 0;
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 500; ++round) {
         const std::size_t kinds = 3 + random() % pieces.size();
         std::string text;
         while (text.size() < 4000) {
@@ -104,7 +104,7 @@ TEST_P(RandomMarkup, NeverParsesDeeperThanTheLimitsAllow) {
             EXPECT_FALSE(isWithinXmlLimits(text, utf8)) << text;
         }
     }
-    EXPECT_GT(deep, 100);
+    EXPECT_GT(deep, 20);
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, RandomMarkup, testing::Bool(),
