@@ -7,19 +7,22 @@
 #include <cstdio>
 #include <string>
 
-// Takes what the process writes to standard output, from construction to text() or destruction.
-class StdoutCapture {
+// Takes what the process writes to a descriptor, from construction to text() or destruction.
+class OutputCapture {
   public:
-    StdoutCapture() : m_saved(dup(STDOUT_FILENO)), m_file(memfd_create("stdout", MFD_CLOEXEC)) {
-        std::fflush(stdout);
-        dup2(m_file, STDOUT_FILENO);
+    explicit OutputCapture(int descriptor)
+        : m_descriptor(descriptor),
+          m_saved(dup(descriptor)),
+          m_file(memfd_create("output", MFD_CLOEXEC)) {
+        std::fflush(nullptr);
+        dup2(m_file, m_descriptor);
     }
-    ~StdoutCapture() {
+    ~OutputCapture() {
         restore();
         close(m_file);
     }
-    StdoutCapture(const StdoutCapture&) = delete;
-    StdoutCapture& operator=(const StdoutCapture&) = delete;
+    OutputCapture(const OutputCapture&) = delete;
+    OutputCapture& operator=(const OutputCapture&) = delete;
 
     // Ends the capture.
     std::string text() {
@@ -36,13 +39,24 @@ class StdoutCapture {
   private:
     void restore() {
         if (m_saved >= 0) {
-            std::fflush(stdout);
-            dup2(m_saved, STDOUT_FILENO);
+            std::fflush(nullptr);
+            dup2(m_saved, m_descriptor);
             close(m_saved);
             m_saved = -1;
         }
     }
 
+    const int m_descriptor;
     int m_saved;
     int m_file;
+};
+
+class StdoutCapture : public OutputCapture {
+  public:
+    StdoutCapture() : OutputCapture(STDOUT_FILENO) {}
+};
+
+class StderrCapture : public OutputCapture {
+  public:
+    StderrCapture() : OutputCapture(STDERR_FILENO) {}
 };
