@@ -1,5 +1,7 @@
 #include "simulator/mcu/Frame.h"
 
+#include <algorithm>
+#include <iterator>
 #include <numeric>
 
 namespace {
@@ -16,8 +18,13 @@ std::uint8_t sumOf(Bytes::const_iterator first, Bytes::const_iterator last) {
 }  // namespace
 
 Bytes encodeFrame(const Frame& frame) {
-    Bytes bytes{kFrameStart, frame.group, frame.code, static_cast<std::uint8_t>(frame.data.size())};
-    bytes.insert(bytes.end(), frame.data.begin(), frame.data.end());
+    Bytes bytes;
+    bytes.reserve(kHeaderSize + frame.data.size() + 2);
+    bytes.push_back(kFrameStart);
+    bytes.push_back(frame.group);
+    bytes.push_back(frame.code);
+    bytes.push_back(static_cast<std::uint8_t>(frame.data.size()));
+    std::copy(frame.data.begin(), frame.data.end(), std::back_inserter(bytes));
     bytes.push_back(sumOf(bytes.begin() + 1, bytes.end()));
     bytes.push_back(kFrameEnd);
     return bytes;
