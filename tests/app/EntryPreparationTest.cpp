@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 
 #include "app/EntryPreparation.h"
@@ -62,6 +63,10 @@ struct PositionRow {
     const char* version;  // null when the entry is dropped
 };
 
+void PrintTo(const PositionRow& row, std::ostream* out) {
+    *out << row.what;
+}
+
 class VersionPosition : public testing::TestWithParam<PositionRow> {};
 
 TEST_P(VersionPosition, IsAHexadecimalNumber) {
@@ -98,6 +103,10 @@ struct HardwareRow {
     int length;
     const char* hardware;  // null when the entry is dropped
 };
+
+void PrintTo(const HardwareRow& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class HardwareInformation : public testing::TestWithParam<HardwareRow> {};
 

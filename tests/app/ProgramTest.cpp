@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,10 @@ struct CountRow {
     const char* what;
     Arguments arguments;
 };
+
+void PrintTo(const CountRow& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class WrongArgumentCount : public testing::TestWithParam<CountRow> {};
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include "app/UpdateRules.h"
@@ -17,6 +18,10 @@ struct MaskRow {
     const char* mask;
     std::optional<std::string> masked;
 };
+
+void PrintTo(const MaskRow& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class HardwareMask : public testing::TestWithParam<MaskRow> {};
 
@@ -52,6 +57,10 @@ struct HardwareRow {
     bool same;
 };
 
+void PrintTo(const HardwareRow& row, std::ostream* out) {
+    *out << row.what;
+}
+
 class HardwareCheck : public testing::TestWithParam<HardwareRow> {};
 
 TEST_P(HardwareCheck, ComparesTheMaskedTexts) {
@@ -83,6 +92,10 @@ struct DecisionRow {
     bool higher;
     bool needed;
 };
+
+void PrintTo(const DecisionRow& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class UpdateDecision : public testing::TestWithParam<DecisionRow> {};
 

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@ struct Rejected {
     const char* what;
     std::string text;
 };
+
+void PrintTo(const Rejected& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class RejectedDocument : public testing::TestWithParam<Rejected> {};
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <ostream>
 #include <string>
 
 #include "tests/xmlconfig/Loaded.h"
@@ -29,6 +30,10 @@ struct IntRow {
     std::string text;
     std::int32_t number;
 };
+
+void PrintTo(const IntRow& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class IntRead : public testing::TestWithParam<IntRow> {};
 
@@ -69,6 +74,10 @@ struct UInt64Row {
     std::uint64_t number;
 };
 
+void PrintTo(const UInt64Row& row, std::ostream* out) {
+    *out << row.what;
+}
+
 class UInt64Read : public testing::TestWithParam<UInt64Row> {};
 
 TEST_P(UInt64Read, ScansTheText) {
@@ -102,6 +111,10 @@ struct BoolRow {
     bool before;
     bool after;
 };
+
+void PrintTo(const BoolRow& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class BoolRead : public testing::TestWithParam<BoolRow> {};
 
