@@ -11,6 +11,8 @@
 #include "simulator/sandbox/shim/Next.h"
 #include "simulator/sandbox/shim/TimeScale.h"
 
+// What programs call that are built with checks of buffer sizes; the name is the C library's.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" ssize_t __read_chk(int fd, void* buffer, size_t count, size_t bufferSize);
 
 namespace {
@@ -54,7 +56,6 @@ SHIM_EXPORT ssize_t read(int fd, void* buffer, size_t count) {
     return ready > 0 ? nextRead.get()(fd, buffer, count) : ready;
 }
 
-// What programs call that are built with checks of buffer sizes.
 SHIM_EXPORT ssize_t __read_chk(int fd, void* buffer, size_t count, size_t bufferSize) {
     const int ready = waitForFirstByte(fd, count);
     return ready > 0 ? nextReadChk.get()(fd, buffer, count, bufferSize) : ready;

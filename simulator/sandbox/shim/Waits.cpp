@@ -10,6 +10,13 @@
 #include "simulator/sandbox/shim/Next.h"
 #include "simulator/sandbox/shim/TimeScale.h"
 
+// What programs call that are built with checks of buffer sizes; the names are the C library's.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" int __poll_chk(pollfd* polled, nfds_t count, int timeout, size_t size);
+extern "C" int __ppoll_chk(pollfd* polled, nfds_t count, const timespec* timeout,
+                           const sigset_t* mask, size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
+
 namespace {
 
 constexpr int kMillisecondsPerSecond = 1000;
@@ -21,6 +28,8 @@ Next<decltype(select)> nextSelect("select");
 Next<decltype(pselect)> nextPselect("pselect");
 Next<decltype(poll)> nextPoll("poll");
 Next<decltype(ppoll)> nextPpoll("ppoll");
+Next<decltype(__poll_chk)> nextPollChk("__poll_chk");
+Next<decltype(__ppoll_chk)> nextPpollChk("__ppoll_chk");
 Next<decltype(sleep)> nextSleep("sleep");
 Next<decltype(usleep)> nextUsleep("usleep");
 Next<decltype(nanosleep)> nextNanosleep("nanosleep");
@@ -83,6 +92,23 @@ SHIM_EXPORT int ppoll(pollfd* polled, nfds_t count, const timespec* timeout, con
     }
     const timespec real = time_scale::toReal(*timeout);
     return nextPpoll.get()(polled, count, &real, mask);
+}
+
+SHIM_EXPORT int __poll_chk(pollfd* polled, nfds_t count, int timeout, size_t size) {
+    if (timeout <= 0 || !time_scale::isActive()) {
+        return nextPollChk.get()(polled, count, timeout, size);
+    }
+    const timespec real = time_scale::toReal(fromMilliseconds(timeout));
+    return nextPpollChk.get()(polled, count, &real, nullptr, size);
+}
+
+SHIM_EXPORT int __ppoll_chk(pollfd* polled, nfds_t count, const timespec* timeout,
+                            const sigset_t* mask, size_t size) {
+    if (timeout == nullptr || !time_scale::isActive()) {
+        return nextPpollChk.get()(polled, count, timeout, mask, size);
+    }
+    const timespec real = time_scale::toReal(*timeout);
+    return nextPpollChk.get()(polled, count, &real, mask, size);
 }
 
 SHIM_EXPORT unsigned int sleep(unsigned int seconds) {
