@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <future>
 
 #include "technic/CancelGuard.h"
 #include "technic/KdThreadState.h"
@@ -25,6 +26,8 @@ constexpr long kLeaveWaitMicroseconds = 1000;
 struct Launch {
     std::shared_ptr<KdThreadState> state;
     KdThread* thread;
+    // Kept when the new thread holds the run gate.
+    std::promise<void> gateClosed;
 };
 
 // One run of a thread, on the thread itself. Its destructor also runs when the thread is cancelled
@@ -100,7 +103,8 @@ KdThread::~KdThread() noexcept(false) {
 }
 
 int KdThread::start() {
-    auto launch = std::make_unique<Launch>(Launch{m_state, this});
+    auto launch = std::make_unique<Launch>(Launch{m_state, this, {}});
+    const std::future<void> gateClosed = launch->gateClosed.get_future();
     {
         const KdMutexGuard guard(m_state->stateLock, KD_HERE);
         if (m_state->running || !m_state->left.load(std::memory_order_acquire)) {
@@ -113,6 +117,8 @@ int KdThread::start() {
         return kCannotCreate;
     }
     (void)launch.release();  // the thread owns it now
+    // From here on the thread is in its run(), so that the object may be destroyed at any time.
+    gateClosed.wait();
     m_state->runGate.lock(KD_HERE);
     m_state->runGate.unlock(KD_HERE);
     return 0;
@@ -136,6 +142,7 @@ void* KdThread::threadEntry(void* argument) {
     const std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
     KdThreadState& state = *launch->state;
     state.closeGate();
+    launch->gateClosed.set_value();
     state.startLock.lock(KD_HERE);
     state.startLock.unlock(KD_HERE);
     Run run(state, launch->thread->getName());
