@@ -188,8 +188,9 @@ TEST(SessionTimeout, IsThreeSecondsUntilSet) {
 }
 
 TEST_F(Session, ConcurrentCallersDoNotInterleave) {
-    constexpr int kRounds = 50;
-    line.send(Bytes(kRounds, 0x42));
+    constexpr int kRounds = 40;
+    constexpr std::size_t kReadLength = 64;
+    line.send(Bytes(kRounds * kReadLength, 0x42));
 
     std::thread sender([this] {
         for (int i = 0; i < kRounds; ++i) {
@@ -197,13 +198,17 @@ TEST_F(Session, ConcurrentCallersDoNotInterleave) {
         }
     });
     for (int i = 0; i < kRounds; ++i) {
-        unsigned char byte = 0;
-        EXPECT_EQ(session.RecvCommand(&byte, 1), 1);
+        Bytes buffer(kReadLength, 0x42);
+        EXPECT_GE(session.RecvCommand(buffer.data(), kReadLength), 1);
     }
     sender.join();
 
     const std::string sent = "SendCommand : fe 01 02 ff 00 00 00 00 00\n";
-    const std::string received = "RecvCommand : 42 \n";
+    std::string received = "RecvCommand : ";
+    for (std::size_t i = 0; i < kReadLength; ++i) {
+        received += "42 ";
+    }
+    received += "\n";
     std::string note = noteText();
     int traces = 0;
     while (!note.empty()) {
