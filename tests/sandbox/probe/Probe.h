@@ -28,7 +28,7 @@ int probeClock(const Arguments& arguments);
 // Prints by how many nanoseconds the time of day is ahead of the real one at the program's start.
 int probeStart(const Arguments& arguments);
 // Prints what the named function, with a limit of 10 seconds, has left when it is interrupted
-// after 50 real milliseconds, in milliseconds.
+// after about 50 real milliseconds, and how long it really took, both in milliseconds.
 int probeRemainder(const Arguments& arguments);
 // Cancels a thread that waits in the named function; prints "cancelled" and whether its objects
 // were destroyed.
