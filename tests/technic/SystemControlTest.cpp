@@ -6,6 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <ostream>
 #include <string>
 
 #include "tests/technic/ControlDaemon.h"
@@ -79,6 +80,10 @@ struct CutCase {
     std::size_t length;
     std::size_t sent;
 };
+
+void PrintTo(const CutCase& row, std::ostream* out) {
+    *out << row.length << " bytes";
+}
 
 class LongLocalCommand : public testing::TestWithParam<CutCase> {};
 
@@ -178,6 +183,10 @@ struct RequestCase {
     const char* category;
     const char* command;
 };
+
+void PrintTo(const RequestCase& row, std::ostream* out) {
+    *out << row.category;
+}
 
 class SystemRequest : public testing::TestWithParam<RequestCase> {
   protected:

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -53,9 +54,14 @@ TEST(SystemLogger, FormatsArguments) {
 }
 
 struct FormattedCase {
+    const char* what;
     std::string message;
     std::string kept;
 };
+
+void PrintTo(const FormattedCase& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class FormattedMessage : public testing::TestWithParam<FormattedCase> {};
 
@@ -66,23 +72,29 @@ TEST_P(FormattedMessage, IsKeptAs) {
               kPrefix + GetParam().kept + ",in F,line 1\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lengths, FormattedMessage,
-    testing::Values(FormattedCase{std::string(1022, 'a'), std::string(1022, 'a')},
-                    FormattedCase{std::string(1023, 'a'), std::string(1023, 'a')},
-                    FormattedCase{std::string(1024, 'a'), std::string(1023, 'a')},
-                    FormattedCase{std::string(5000, 'a'), std::string(1023, 'a')}));
+std::string ofA(std::size_t length) {
+    return std::string(length, 'a');
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, FormattedMessage,
+                         testing::Values(FormattedCase{"1022", ofA(1022), ofA(1022)},
+                                         FormattedCase{"1023", ofA(1023), ofA(1023)},
+                                         FormattedCase{"1024", ofA(1024), ofA(1023)},
+                                         FormattedCase{"5000", ofA(5000), ofA(1023)}));
 
 INSTANTIATE_TEST_SUITE_P(
     LineEnds, FormattedMessage,
-    testing::Values(FormattedCase{"a\n", "a"}, FormattedCase{"a\n\n", "a\n"},
-                    FormattedCase{"\n", "\n"}, FormattedCase{"\n\n", "\n"},
-                    FormattedCase{"a\nb", "a\nb"},
-                    FormattedCase{std::string(1022, 'a') + "\n", std::string(1022, 'a')},
-                    FormattedCase{std::string(1023, 'a') + "\n", std::string(1023, 'a')}));
+    testing::Values(FormattedCase{"one at the end", "a\n", "a"},
+                    FormattedCase{"two at the end", "a\n\n", "a\n"},
+                    FormattedCase{"one alone", "\n", "\n"},
+                    FormattedCase{"two alone", "\n\n", "\n"},
+                    FormattedCase{"one inside", "a\nb", "a\nb"},
+                    FormattedCase{"as the 1023rd", ofA(1022) + "\n", ofA(1022)},
+                    FormattedCase{"as the 1024th", ofA(1023) + "\n", ofA(1023)}));
 
 INSTANTIATE_TEST_SUITE_P(Nothing, FormattedMessage,
-                         testing::Values(FormattedCase{"", "too many message, cannot print"}));
+                         testing::Values(FormattedCase{"empty", "",
+                                                       "too many message, cannot print"}));
 
 TEST(SystemLogger, OffersItsLayoutsInOrder) {
     const std::vector<std::string> layouts(std::begin(kDateTimeLayouts),
@@ -152,6 +164,10 @@ struct BackupCase {
     // The first bytes of path.1, path.2 and path.3 after rotations of files of 'a', 'b' and 'c'.
     const char* backups;
 };
+
+void PrintTo(const BackupCase& row, std::ostream* out) {
+    *out << row.count;
+}
 
 class Backups : public InitialisedLogger, public testing::WithParamInterface<BackupCase> {};
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -85,6 +86,10 @@ struct SignalCase {
     int signo;
     const char* text;
 };
+
+void PrintTo(const SignalCase& row, std::ostream* out) {
+    *out << row.signo;
+}
 
 class SignalName : public testing::TestWithParam<SignalCase> {};
 

@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "technic/GThread.h"
+#include "tests/technic/FrozenClock.h"
+#include "tests/technic/WorkerFixture.h"
+
+namespace {
+
+using States = std::vector<std::uint32_t>;
+
+class WorkerHeartbeat : public WorkerFixture {
+  protected:
+    static Works onePass() {
+        Works works;
+        works.cycle = [] { return 1; };
+        return works;
+    }
+    static void runOnce(TestWorker& worker) {
+        worker.start();
+        worker.waitForEnd();
+        worker.stop();
+    }
+};
+
+using WorkerHeartbeatDeathTest = WorkerHeartbeat;
+
+TEST_F(WorkerHeartbeat, IsSentAtTheStartAndAtTheEnd) {
+    TestWorker worker(onePass());
+    runOnce(worker);
+    const auto tid = static_cast<std::uint32_t>(worker.id());
+    EXPECT_EQ(heartbeats(),
+              (std::vector<Heartbeat>{{tid, 1, 210, "worker"}, {tid, 2, 210, "worker"}}));
+}
+
+TEST_F(WorkerHeartbeat, CarriesTheTimeOut) {
+    TestWorker worker(onePass());
+    worker.setTimeout(300);
+    worker.updateHeartbeatName();
+    EXPECT_EQ(heartbeats(), (std::vector<Heartbeat>{{0, 2, 300, "worker"}}));
+}
+
+TEST_F(WorkerHeartbeat, IsSentAtOnceWithTheName) {
+    TestWorker worker(onePass(), "another");
+    worker.updateHeartbeatName();
+    EXPECT_EQ(heartbeats(), (std::vector<Heartbeat>{{0, 2, 210, "another"}}));
+}
+
+TEST_F(WorkerHeartbeat, CanBeSentAtOnceByARunningWorker) {
+    TestWorker worker{Works()};
+    worker.start();
+    for (int i = 0; i < 20; ++i) {
+        worker.updateHeartbeatName();
+    }
+    worker.stop();
+    EXPECT_EQ(heartbeatStates().size(), 22U);
+}
+
+TEST_F(WorkerHeartbeat, IsNotSentWhenDisabled) {
+    TestWorker worker(onePass());
+    worker.setHeartbeatEnabled(false);
+    runOnce(worker);
+    EXPECT_TRUE(heartbeats().empty());
+}
+
+TEST_F(WorkerHeartbeat, WithoutAReaderFailsInSilenceAndTheWorkerGoesOn) {
+    m_pipe.hangUp();
+    int calls = 0;
+    Works works;
+    works.cycle = [&] { return ++calls == 3 ? 1 : 0; };
+    TestWorker worker(works);
+    StdoutCapture capture;
+    runOnce(worker);
+    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(capture.text(), "");
+    EXPECT_EQ(exceptionLog(), "");
+}
+
+TEST_F(WorkerHeartbeat, WithoutAPipeFailsInSilence) {
+    GThread::setThreadFifoName("/no/such/pipe");
+    TestWorker worker(onePass());
+    StdoutCapture capture;
+    runOnce(worker);
+    EXPECT_EQ(capture.text(), "");
+}
+
+TEST_F(WorkerHeartbeat, LateReaderGetsTheNextOne) {
+    m_pipe.hangUp();
+    std::atomic<bool> entered{false};
+    Works works;
+    works.cycle = [&] {
+        entered = true;
+        sleepFor(0, 1000);
+        return 0;
+    };
+    TestWorker worker(works);
+    worker.start();
+    waitFor(entered);
+    m_pipe.reopen();
+    worker.stop();
+    EXPECT_EQ(heartbeatStates(), States{2});
+}
+
+TEST_F(WorkerHeartbeat, LeavesNoDescriptorOpen) {
+    Works works;
+    std::vector<int> descriptors;
+    works.cycle = [&] {
+        descriptors.push_back(dup(STDIN_FILENO));
+        close(descriptors.back());
+        return 1;
+    };
+    const int next = dup(STDIN_FILENO);
+    close(next);
+    TestWorker worker(works);
+    runOnce(worker);
+    EXPECT_EQ(descriptors, std::vector<int>{next});
+}
+
+TEST_F(WorkerHeartbeat, LastOneIsTriedThreeTimes) {
+    Works works;
+    works.cycle = [this] {
+        m_pipe.take();
+        m_pipe.fill();
+        return 1;
+    };
+    TestWorker worker(works);
+    StdoutCapture capture;
+    runOnce(worker);
+    const std::string text = capture.text();
+    const std::string failure = "send GThreadInfo'data error,dataLength = 26,but send length = 0\n";
+    int failures = 0;
+    for (auto at = text.find(failure); at != std::string::npos; at = text.find(failure, at + 1)) {
+        ++failures;
+    }
+    EXPECT_EQ(failures, 3);
+}
+
+TEST_F(WorkerHeartbeat, LastOneIsTriedUntilItGoesOut) {
+    Works works;
+    works.cycle = [this] {
+        m_pipe.take();
+        m_pipe.fill();
+        return 1;
+    };
+    TestWorker worker(works);
+    const StdoutCapture quiet;
+    worker.start();
+    sleepFor(1, 250000);
+    m_pipe.take();
+    worker.stop();
+    EXPECT_EQ(heartbeatStates(), States{2});
+}
+
+struct SpacingCase {
+    // How far the clock moves in each pass.
+    std::vector<long> seconds;
+    // The heartbeats between the first and the last.
+    std::size_t heartbeats;
+};
+
+void PrintTo(const SpacingCase& row, std::ostream* out) {
+    for (const long seconds : row.seconds) {
+        *out << seconds << "s ";
+    }
+    *out << "of passes";
+}
+
+class HeartbeatSpacing : public WorkerHeartbeat, public testing::WithParamInterface<SpacingCase> {};
+
+TEST_P(HeartbeatSpacing, Is61Seconds) {
+    const FrozenClock clock;
+    std::size_t pass = 0;
+    Works works;
+    works.cycle = [&pass] {
+        FrozenClock::advance(GetParam().seconds[pass]);
+        ++pass;
+        return 0;
+    };
+    TestWorker worker(works);
+    worker.setCycleLimit(static_cast<int>(GetParam().seconds.size()));
+    runOnce(worker);
+    States expected(GetParam().heartbeats + 1, 1);
+    expected.push_back(2);
+    EXPECT_EQ(heartbeatStates(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Passes, HeartbeatSpacing,
+                         testing::Values(SpacingCase{{60}, 0}, SpacingCase{{61}, 1},
+                                         SpacingCase{{30, 30}, 0}, SpacingCase{{30, 31}, 1},
+                                         SpacingCase{{61, 60}, 1}, SpacingCase{{61, 61}, 2},
+                                         SpacingCase{{200}, 1}, SpacingCase{{60, 1, 60, 1}, 2}));
+
+TEST_F(WorkerHeartbeat, PipeNameMayHave127Characters) {
+    std::string path = m_folder.path("");
+    path += std::string(127 - path.size(), 'p');
+    const Pipe longest(path);
+    GThread::setThreadFifoName(path.c_str());
+    TestWorker worker(onePass());
+    worker.updateHeartbeatName();
+    EXPECT_EQ(heartbeatsIn(longest.take()).size(), 1U);
+}
+
+TEST_F(WorkerHeartbeat, EmptyPipeNameIsReplacedByTheDevicesOwn) {
+    const Pipe devices(device_paths::kHeartbeatPipe);
+    GThread::setThreadFifoName("");
+    TestWorker worker(onePass());
+    worker.updateHeartbeatName();
+    EXPECT_EQ(heartbeatsIn(devices.take()).size(), 1U);
+}
+
+constexpr char kAssertion[] =
+    "GThread.cpp:399: .*Assertion `__null != p_ThreadFifoName && strlen\\(p_ThreadFifoName\\) < "
+    "sizeof\\(m_ThreadFifoName\\)' failed";
+
+TEST_F(WorkerHeartbeatDeathTest, PipeNameOf128CharactersEndsTheProgram) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(GThread::setThreadFifoName(std::string(128, 'p').c_str()), kAssertion);
+}
+
+TEST_F(WorkerHeartbeatDeathTest, NullPipeNameEndsTheProgram) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(GThread::setThreadFifoName(nullptr), kAssertion);
+}
+
+}  // namespace

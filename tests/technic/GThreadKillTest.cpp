@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+#include <sys/select.h>
+
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "technic/GThread.h"
+#include "technic/KdMutex.h"
+#include "technic/LogFile.h"
+#include "technic/ThreadInfoManager.h"
+#include "tests/technic/WorkerFixture.h"
+
+namespace {
+
+void hang() {
+    for (;;) {
+        (void)select(0, nullptr, nullptr, nullptr, nullptr);
+    }
+}
+
+// A worker that hangs is stopped: it is killed, and its owner goes on.
+class HungWorker : public WorkerFixture {
+  protected:
+    ~HungWorker() override { m_capture.text(); }
+
+    // Starts a worker of this cycle work, stops it once that has been entered, and destroys it.
+    void killIn(std::function<int()> cycle) {
+        Works works;
+        works.cycle = [this, cycle = std::move(cycle)] {
+            m_entered = true;
+            return cycle();
+        };
+        works.teardown = [this] {
+            ++m_teardowns;
+            return 0;
+        };
+        auto worker = std::make_unique<TestWorker>(works);
+        worker->setStopTimeout(0);
+        EXPECT_EQ(worker->start(), 1);
+        waitFor(m_entered);
+        sleepFor(0, 20000);
+        EXPECT_EQ(worker->stop(), 1);
+        EXPECT_FALSE(worker->isRunning());
+        std::string name;
+        EXPECT_FALSE(ThreadInfoManager::instance()->getThreadName(worker->id(), name));
+        worker.reset();
+        EXPECT_EQ(m_teardowns, 1);
+    }
+
+    std::atomic<bool> m_entered{false};
+    std::atomic<int> m_teardowns{0};
+    StdoutCapture m_capture;
+};
+
+TEST_F(HungWorker, InSelectIsKilledAndTornDown) {
+    killIn([]() -> int {
+        hang();
+        return 0;
+    });
+    EXPECT_EQ(heartbeatStates(), (std::vector<std::uint32_t>{1}));
+    EXPECT_EQ(getSystemRunningFlag(), 1);
+    EXPECT_EQ(exceptionLog(), "");
+}
+
+TEST_F(HungWorker, KillIsRecorded) {
+    killIn([]() -> int {
+        hang();
+        return 0;
+    });
+    const std::string text = withoutTimes(m_capture.text());
+    EXPECT_EQ(text.substr(0, text.find("thread(worker,")),
+              "Logger is not inition,TIME,[KilledThread] worker,in KdThread.cpp,line 156\n"
+              "!!!!!!!!!!!!kill ");
+}
+
+TEST_F(HungWorker, GivesBackTheMutexThatItHolds) {
+    KdMutex mutex;
+    killIn([&mutex]() -> int {
+        const KdMutexGuard guard(mutex, KD_HERE);
+        hang();
+        return 0;
+    });
+    EXPECT_EQ(mutex.lock(KD_HERE), 0);
+    mutex.unlock(KD_HERE);
+}
+
+TEST_F(HungWorker, ReleasesTheHandlesThatItHolds) {
+    struct Held {
+        explicit Held(std::atomic<int>& count) : m_count(count) { ++m_count; }
+        ~Held() { --m_count; }
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
+        std::atomic<int>& m_count;
+    };
+    std::atomic<int> alive{0};
+    killIn([&alive]() -> int {
+        const SafePointer<Held> held(new (KD_HERE) Held(alive));
+        const SafePointer<Held> copy = held;
+        hang();
+        return 0;
+    });
+    EXPECT_EQ(alive, 0);
+}
+
+TEST_F(HungWorker, UnwindsThroughFramesThatCatch) {
+    killIn([]() -> int {
+        try {
+            hang();
+        } catch (const std::exception&) {
+            return 1;
+        }
+        return 0;
+    });
+}
+
+TEST_F(HungWorker, UnwindsOutOfAHandler) {
+    killIn([]() -> int {
+        try {
+            throw std::runtime_error("caught");
+        } catch (const std::exception&) {
+            hang();
+        }
+        return 0;
+    });
+    EXPECT_EQ(exceptionLog(), "");
+}
+
+TEST_F(HungWorker, IsKilledBetweenLinesOfItsLog) {
+    const std::string path = m_folder.path("Busy.log");
+    killIn([&path]() -> int {
+        for (;;) {
+            writeLogLine(path, "Busy", "line", 1 << 24, 1);
+            sleepFor(0, 0);
+        }
+    });
+    const std::string log = withoutTimes(contentOf(path));
+    EXPECT_EQ(log.size() % std::string("TIME,[Busy] line\n").size(), 0U);
+}
+
+TEST_F(HungWorker, InAHeartbeatIsKilled) {
+    Works works;
+    works.cycle = [this] {
+        m_pipe.take();
+        m_pipe.fill();
+        m_entered = true;
+        return 1;
+    };
+    TestWorker worker(works);
+    worker.setStopTimeout(0);
+    worker.start();
+    waitFor(m_entered);
+    sleepFor(0, 100000);
+    EXPECT_EQ(worker.stop(), 1);
+    EXPECT_FALSE(worker.isRunning());
+}
+
+TEST_F(HungWorker, CanBeStartedAgainAfterItWasKilled) {
+    std::atomic<bool> hangs{true};
+    Works works;
+    works.cycle = [&] {
+        if (hangs) {
+            m_entered = true;
+            hang();
+        }
+        return 1;
+    };
+    TestWorker worker(works);
+    worker.setStopTimeout(0);
+    worker.start();
+    waitFor(m_entered);
+    EXPECT_EQ(worker.stop(), 1);
+    hangs = false;
+    worker.setStopTimeout(20);
+    EXPECT_EQ(worker.start(), 1);
+    worker.waitForEnd();
+    EXPECT_EQ(worker.stop(), 1);
+}
+
+TEST_F(HungWorker, IsKilledAfterOneSecondWhenTheSystemStops) {
+    Works works;
+    works.cycle = [this] {
+        m_entered = true;
+        hang();
+        return 0;
+    };
+    TestWorker worker(works);
+    worker.start();
+    waitFor(m_entered);
+    setSystemRunningFlag(0, "test");
+    EXPECT_EQ(worker.stop(), 1);
+    EXPECT_FALSE(worker.isRunning());
+}
+
+}  // namespace
