@@ -64,9 +64,9 @@ void FakeMcu::take(unsigned char byte) {
 void FakeMcu::reply(const std::string& request) {
     if (request == kStopUpload) {
         ++m_stopUploads;
-        return;
+    } else {
+        m_requests.push_back(request);
     }
-    m_requests.push_back(request);
     std::vector<Bytes>& answers = m_answers[request];
     if (answers.empty()) {
         return;
