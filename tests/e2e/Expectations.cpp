@@ -1,13 +1,35 @@
 #include "tests/e2e/Expectations.h"
 
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 #include "tests/e2e/GoldenNote.h"
 
+namespace {
+
+// What standard output repeats of the note.
+std::string echoOfNote(const std::string& output) {
+    static const std::regex kOutputOnly(
+        "timeout : -?[0-9]+ s|open\\(\"/dev/gpio_wtd\",O_WRONLY\\) (success|error)|"
+        "Not boot state\\. retry\\. \\(wait 1s\\) |can not getMCUState!|"
+        "force stop thread\\(doCycleWorks,[0-9]+\\)");
+    std::istringstream in(output);
+    std::string echo;
+    for (std::string line; std::getline(in, line);) {
+        if (!std::regex_match(line, kOutputOnly)) {
+            echo += line + (in.eof() ? "" : "\n");
+        }
+    }
+    return echo;
+}
+
+}  // namespace
+
 void expectNote(const RunResult& result, const std::string& goldenName) {
     const auto golden = goldenMessages(std::filesystem::path(GOLDEN_DIRECTORY) / goldenName);
     EXPECT_EQ(differenceFromGolden(result.note, golden), "");
+    EXPECT_EQ(echoOfNote(result.output), result.note);
 }
 
 void expectSuccess(const RunResult& result, const std::string& goldenName) {

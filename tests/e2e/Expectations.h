@@ -7,7 +7,8 @@
 
 #include "tests/e2e/Device.h"
 
-// The note is the golden note, whole, but for what background threads wrote (see GoldenNote.h).
+// The note is the golden note, whole, but for what background threads wrote (see GoldenNote.h), and
+// standard output is the note, whole, but for the lines that go to standard output alone.
 void expectNote(const RunResult& result, const std::string& goldenName);
 // Status 0, that note, and the marker file standing; or gone.
 void expectSuccess(const RunResult& result, const std::string& goldenName);

@@ -56,6 +56,12 @@ void appendRead(Lines& messages, const std::string& byte) {
 
 void appendText(Lines& messages, std::string line) {
     line = std::regex_replace(line, std::regex(R"(\\r)"), "\r");
+    // The transfer's lines come in two messages: what is waited for, and how that ended.
+    const std::size_t dots = line.find("...");
+    if (dots != std::string::npos && line.find("ing for ") < dots) {
+        messages.push_back(line.substr(0, dots + 3));
+        line.erase(0, dots + 3);
+    }
     messages.push_back(line + "\n");
 }
 

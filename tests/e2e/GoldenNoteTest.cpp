@@ -61,6 +61,15 @@ TEST(GoldenNote, TakesOutTheWatchdogFeedersLines) {
                  "MCUHardwareWatchDog send GPIO_SET_WTD success\nsecond\n"));
 }
 
+TEST(GoldenFile, LetsTheFeederInterruptATransfersLine) {
+    const auto file = std::filesystem::path(E2E_DIRECTORY) / "two-messages.note";
+    std::filesystem::create_directories(file.parent_path());
+    writeText(file, "waiting for ACK,1,1029,...Ok!\\r\n");
+
+    EXPECT_EQ(goldenMessages(file),
+              (std::vector<std::string>{"waiting for ACK,1,1029,...", "Ok!\r\n"}));
+}
+
 TEST(GoldenNote, RefusesAFeedBeforeTheFeederStarted) {
     EXPECT_FALSE(
         isGolden("first\nMCUHardwareWatchDog send GPIO_SET_WTD\n"

@@ -19,11 +19,24 @@ UpdateConfigFile arm1Config(const UpdateConfigFile::Attributes& more) {
     return config;
 }
 
-const std::vector<std::string> kWholeUpdate = {"fe060b010113ff", "fe0601010109ff",
-                                               "fe0501010108ff", "fe050301010aff",
-                                               "fe0501010108ff", "fe050501010cff"};
-const std::vector<std::string> kQuestionsOnly = {"fe060b010113ff", "fe0601010109ff",
-                                                 "fe050901000fff"};
+const Requests kWholeUpdate = {"fe060b010113ff", "fe0601010109ff", "fe0501010108ff",
+                               "fe050301010aff", "fe0501010108ff", "fe050501010cff"};
+const Requests kQuestionsOnly = {"fe060b010113ff", "fe0601010109ff", "fe050901000fff"};
+const Requests kHardwareOnly = {"fe060b010113ff", "fe050901000fff"};
+
+Requests operator+(const Requests& first, const Requests& second) {
+    Requests both = first;
+    both.insert(both.end(), second.begin(), second.end());
+    return both;
+}
+
+Requests operator*(int times, const Requests& requests) {
+    Requests all;
+    for (int i = 0; i < times; ++i) {
+        all = all + requests;
+    }
+    return all;
+}
 
 const json kNeverBoots = json::array({{{"on", "set-to-boot"}, {"do", "no-boot"}}});
 const json kBootsAtTheSixthRequest =

@@ -16,10 +16,19 @@ SimulatedMcu arm1(const std::vector<int>& version, const std::string& state = "a
 FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version);
 UpdateConfigFile arm1Config(const UpdateConfigFile::Attributes& more = {});
 
-// What the tool sends in one successful update, and to an MCU that is up to date; stop-upload
-// frames are left out, for the keeper sends them at moments of its own.
-extern const std::vector<std::string> kWholeUpdate;
-extern const std::vector<std::string> kQuestionsOnly;
+// What the tool sends, as Device::requests tells it: in a whole update of ARM1, to an ARM1 that is
+// up to date, and in an attempt that ends with the hardware check.
+using Requests = std::vector<std::string>;
+extern const Requests kWholeUpdate;
+extern const Requests kQuestionsOnly;
+extern const Requests kHardwareOnly;
+
+// These after one another; these again and again.
+Requests operator+(const Requests& first, const Requests& second);
+Requests operator*(int times, const Requests& requests);
+
+constexpr int kAttemptsAtAFile = 6;
+constexpr int kAttemptsOfAFailedJob = 2 * kAttemptsAtAFile;
 
 // Fault scripts of the simulated MCU.
 extern const nlohmann::json kNeverBoots;

@@ -42,6 +42,7 @@ TEST(Update, IsForcedOntoAnUpToDateMcuByForceUpdate) {
 
     expectSuccess(device.update(kTimeout), "force-update.note");
     EXPECT_EQ(device.storedImage("ARM1"), image.padded());
+    EXPECT_EQ(device.requests(), kWholeUpdate);
 }
 
 TEST(Update, TakesAnOlderFileWhenOnlyDifferenceCounts) {
@@ -54,6 +55,7 @@ TEST(Update, TakesAnOlderFileWhenOnlyDifferenceCounts) {
     expectSuccess(device.update(kTimeout), "downgrade.note");
     EXPECT_EQ(device.storedImage("ARM1"), image.padded());
     EXPECT_EQ(device.mcuState("ARM1").at("version"), "209");
+    EXPECT_EQ(device.requests(), kWholeUpdate);
 }
 
 TEST(Update, TakesAHigherFileWhenOnlyHigherVersionsCount) {
@@ -65,6 +67,7 @@ TEST(Update, TakesAHigherFileWhenOnlyHigherVersionsCount) {
 
     expectSuccess(device.update(kTimeout), "higher-version-higher.note");
     EXPECT_EQ(device.storedImage("ARM1"), image.padded());
+    EXPECT_EQ(device.requests(), kWholeUpdate);
 }
 
 TEST(Update, LeavesAnEqualFileWhenOnlyHigherVersionsCount) {
@@ -95,8 +98,8 @@ TEST(Update, NeverSendsAnImageForOtherHardware) {
     device.connect({arm1({1, 0, 0})});
 
     expectFailure(device.update(kTimeout), "hardware-mismatch.note");
-    EXPECT_EQ(device.countSent("fe05030101"), 0U);
     EXPECT_THAT(device.storedImage("ARM1"), IsEmpty());
+    EXPECT_EQ(device.requests(), kAttemptsOfAFailedJob * kHardwareOnly);
 }
 
 TEST(Update, TakesHardwareThatIsEqualUnderTheMask) {
@@ -109,6 +112,7 @@ TEST(Update, TakesHardwareThatIsEqualUnderTheMask) {
 
     expectSuccess(device.update(kTimeout), "mask.note");
     EXPECT_EQ(device.storedImage("ARM1"), image.padded());
+    EXPECT_EQ(device.requests(), kWholeUpdate);
 }
 
 TEST(Update, NeverSendsAnImageWhoseMaskIsTooShort) {
@@ -120,6 +124,7 @@ TEST(Update, NeverSendsAnImageWhoseMaskIsTooShort) {
 
     expectFailure(device.update(kTimeout), "hardware-mismatch.note");
     EXPECT_THAT(device.storedImage("ARM1"), IsEmpty());
+    EXPECT_EQ(device.requests(), kAttemptsOfAFailedJob * kHardwareOnly);
 }
 
 TEST(Update, SendsNoSetToBootToAnMcuInBootState) {
@@ -130,8 +135,9 @@ TEST(Update, SendsNoSetToBootToAnMcuInBootState) {
     device.connect({arm1({1, 0, 0}, "boot")});
 
     expectSuccess(device.update(kTimeout), "already-in-boot.note");
-    EXPECT_EQ(device.countSent("fe050301010aff"), 0U);
     EXPECT_EQ(device.storedImage("ARM1"), image.padded());
+    EXPECT_EQ(device.requests(),
+              Requests({"fe060b010113ff", "fe0601010109ff", "fe0501010108ff", "fe050501010cff"}));
 }
 
 TEST(Update, GivesUpAnMcuThatNeverReachesBootStateAfterFiveRounds) {
@@ -143,8 +149,12 @@ TEST(Update, GivesUpAnMcuThatNeverReachesBootStateAfterFiveRounds) {
     const RunResult result = device.update(kTimeout);
 
     expectFailure(result, "never-boot.note");
-    EXPECT_EQ(device.countSent("fe050301010aff"), 2U * 6 * 5);
-    EXPECT_EQ(countLines(result.output, "Not boot state. retry. (wait 1s) "), 2U * 6 * 5);
+    const Requests round = {"fe0501010108ff", "fe050301010aff"};
+    EXPECT_EQ(device.requests(),
+              kAttemptsOfAFailedJob * (Requests({"fe060b010113ff", "fe0601010109ff"}) + 5 * round +
+                                       Requests({"fe050901000fff"})));
+    EXPECT_EQ(countLines(result.output, "Not boot state. retry. (wait 1s) "),
+              kAttemptsOfAFailedJob * 5U);
 }
 
 TEST(Update, SendsNothingWithoutPermission) {
@@ -155,6 +165,9 @@ TEST(Update, SendsNothingWithoutPermission) {
 
     expectFailure(device.update(kTimeout), "permission-refused.note");
     EXPECT_THAT(device.storedImage("ARM1"), IsEmpty());
+    EXPECT_EQ(device.requests(), kAttemptsOfAFailedJob *
+                                     Requests({"fe060b010113ff", "fe0601010109ff", "fe0501010108ff",
+                                               "fe050501010cff", "fe050901000fff"}));
 }
 
 TEST(Update, AsksASilentMcuTenTimesInEachAttempt) {
@@ -164,7 +177,8 @@ TEST(Update, AsksASilentMcuTenTimesInEachAttempt) {
     device.connect({arm1({1, 0, 0})}, kSilent);
 
     expectFailure(device.update(2), "silent.note");
-    EXPECT_EQ(device.countSent("fe060b010113ff"), 2U * 6 * 10);
+    EXPECT_EQ(device.requests(), kAttemptsOfAFailedJob * (10 * Requests({"fe060b010113ff"}) +
+                                                          Requests({"fe050901000fff"})));
 }
 
 TEST(Update, BringsEachOfTwoMcusItsImage) {
@@ -179,6 +193,9 @@ TEST(Update, BringsEachOfTwoMcusItsImage) {
     expectSuccess(device.update(kTimeout), "two-mcus.note");
     EXPECT_EQ(device.storedImage("ARM1"), image1.padded());
     EXPECT_EQ(device.storedImage("ARM2"), image2.padded());
+    EXPECT_EQ(device.requests(),
+              kWholeUpdate + Requests({"fe060b010214ff", "fe060101020aff", "fe0501010209ff",
+                                       "fe050301020bff", "fe0501010209ff", "fe050501020dff"}));
 }
 
 }  // namespace

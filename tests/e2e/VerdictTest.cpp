@@ -22,6 +22,8 @@ TEST(Verdict, IsSuccessWhenALaterEntryOfTheSameMcuSucceeds) {
     device.connect({arm1({1, 0, 0})});
 
     expectSuccess(device.update(kTimeout), "fail-then-succeed.note");
+    EXPECT_EQ(device.requests(), kAttemptsAtAFile * kHardwareOnly + kWholeUpdate);
+    EXPECT_EQ(device.storedImage("ARM1"), arm1Image({2, 1, 0}).padded());
 }
 
 TEST(Verdict, IsSuccessWhenALaterEntryOfTheSameMcuFails) {
@@ -34,6 +36,8 @@ TEST(Verdict, IsSuccessWhenALaterEntryOfTheSameMcuFails) {
     device.connect({arm1({1, 0, 0})});
 
     expectSuccess(device.update(kTimeout), "succeed-then-fail.note");
+    EXPECT_EQ(device.requests(), kWholeUpdate + kAttemptsAtAFile * kHardwareOnly);
+    EXPECT_EQ(device.storedImage("ARM1"), arm1Image({2, 1, 0}).padded());
 }
 
 TEST(Verdict, IsSuccessWhenTheSecondRunSucceeds) {
@@ -44,6 +48,8 @@ TEST(Verdict, IsSuccessWhenTheSecondRunSucceeds) {
     writeText(device.jobFile("MCUUpdateSuccess"), "of an earlier job");
 
     expectSuccess(device.update(kTimeout), "second-run-succeeds.note");
+    EXPECT_EQ(device.requests(), kAttemptsAtAFile * kHardwareOnly + kWholeUpdate);
+    EXPECT_EQ(device.storedImage("ARM1"), arm1Image({2, 1, 0}).padded());
     EXPECT_EQ(readText(device.jobFile("MCUUpdateSuccess")), "");
 }
 
