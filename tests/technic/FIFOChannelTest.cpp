@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -288,10 +289,15 @@ TEST_F(Channel, StringThatDoesNotGoOutIsPrinted) {
 }
 
 struct StringCase {
+    const char* what;
     std::string wire;
     int result;
     std::string text;
 };
+
+void PrintTo(const StringCase& row, std::ostream* out) {
+    *out << row.what;
+}
 
 class ReceivedString : public Channel, public testing::WithParamInterface<StringCase> {};
 
@@ -302,19 +308,22 @@ TEST_P(ReceivedString, Is) {
     EXPECT_EQ(text, GetParam().text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Whole, ReceivedString,
-                         testing::Values(StringCase{lengthBytes(4) + "textmore", 0, "text"},
-                                         StringCase{lengthBytes(0), 0, ""},
-                                         StringCase{lengthBytes(3) + std::string("a\0b", 3), 0,
-                                                    std::string("a\0b", 3)},
-                                         StringCase{lengthBytes(1024) + std::string(1024, 'l'), 0,
-                                                    std::string(1024, 'l')}));
+INSTANTIATE_TEST_SUITE_P(
+    Whole, ReceivedString,
+    testing::Values(StringCase{"followed by more", lengthBytes(4) + "textmore", 0, "text"},
+                    StringCase{"empty", lengthBytes(0), 0, ""},
+                    StringCase{"with a zero byte", lengthBytes(3) + std::string("a\0b", 3), 0,
+                               std::string("a\0b", 3)},
+                    StringCase{"of 1024 bytes", lengthBytes(1024) + std::string(1024, 'l'), 0,
+                               std::string(1024, 'l')}));
 
 INSTANTIATE_TEST_SUITE_P(
     Refused, ReceivedString,
-    testing::Values(StringCase{"", -1, "before"}, StringCase{"abc", -1, "before"},
-                    StringCase{lengthBytes(5) + "text", -1, "before"},
-                    StringCase{lengthBytes(1025) + std::string(1025, 'l'), -1, "before"},
-                    StringCase{lengthBytes(0xFFFFFFFF) + "text", -1, "before"}));
+    testing::Values(StringCase{"nothing", "", -1, "before"},
+                    StringCase{"short length", "abc", -1, "before"},
+                    StringCase{"short text", lengthBytes(5) + "text", -1, "before"},
+                    StringCase{"of 1025 bytes", lengthBytes(1025) + std::string(1025, 'l'), -1,
+                               "before"},
+                    StringCase{"of 4 GB", lengthBytes(0xFFFFFFFF) + "text", -1, "before"}));
 
 }  // namespace

@@ -57,8 +57,7 @@ TEST(Utf8ToWide, CharacterCutShortFails) {
 
 TEST(WideToUtf8, InvalidInputFailsAndLeavesTheDestination) {
     std::string utf8 = "former";
-    EXPECT_EQ(wideToUtf8(std::wstring(1, static_cast<wchar_t>(0xD800)), utf8),
-              kConversionFailed);
+    EXPECT_EQ(wideToUtf8(std::wstring(1, static_cast<wchar_t>(0xD800)), utf8), kConversionFailed);
     EXPECT_EQ(utf8, "former");
 }
 
