@@ -21,8 +21,8 @@ class MemXmlConfigureTool {
     static std::string newDocument(const std::string& name);
 
     // Takes the place of the document held before, whose elements are gone. False, and no document
-    // is held, when the text does not parse, goes beyond the limits of XmlLimits.h, or its root is
-    // not a "Configure" element with a "name".
+    // is held, when the text does not parse, holds a NUL, goes beyond the limits of XmlLimits.h, or
+    // its root is not a "Configure" element with a "name".
     bool parse(const std::string& text, int encoding);
 
     // The root element, owned by this object; null when no document is held.

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -134,6 +135,16 @@ INSTANTIATE_TEST_SUITE_P(
                     HardwareRow{"HugeLength", "0", 2000000000, nullptr},
                     HardwareRow{"HugeLengthAtAHugePosition", "7fffffff", 2147483647, nullptr}),
     [](const auto& test) { return test.param.what; });
+
+TEST(HardwareInformationLength, TakesNoMemoryThatTheFileCouldNotFill) {
+    writeFile("a.bin", firmware());
+    UpdateFileEntry entry = entryOf("a.bin");
+    entry.hardwareInfoLength = 2000000000;
+    EXPECT_FALSE(prepareEntry(entry, ""));
+    rusage usage{};
+    ASSERT_EQ(getrusage(RUSAGE_SELF, &usage), 0);
+    EXPECT_LT(usage.ru_maxrss, 1000000);  // in units of 1024 bytes
+}
 
 TEST(DroppedEntry, HasNoFile) {
     EXPECT_FALSE(prepareEntry(entryOf("missing.bin"), ""));

@@ -9,6 +9,7 @@
 #include "mcu/UpdateNote.h"
 #include "technic/TimeUtil.h"
 #include "tests/app/JobFolder.h"
+#include "tests/app/NoThreads.h"
 #include "tests/mcu/NoteFile.h"
 #include "tests/mcu/OutputCapture.h"
 #include "tests/mcu/PseudoTerminal.h"
@@ -117,6 +118,20 @@ TEST_F(WatchDog, DoesNotStartWithoutItsDevice) {
     EXPECT_FALSE(watchdog.isRunning());
     EXPECT_EQ(output.text(), "open(\"/dev/gpio_wtd\",O_WRONLY) error\n");
     EXPECT_EQ(noteText(), "");
+}
+
+TEST_F(WatchDog, DoesNotStartAndHoldsNoDeviceWithoutAThread) {
+    UpdateNote::log("");  // the note stays open from here on
+    const std::size_t before = openDescriptorCount();
+    const OutputCapture output(1);
+    {
+        const NoThreads none;
+        EXPECT_EQ(watchdog.start(), -12);
+    }
+    EXPECT_FALSE(watchdog.isRunning());
+    EXPECT_EQ(output.text(), std::string(kOpened) + "start GThreadWatchdog failed..\n");
+    EXPECT_EQ(noteText(), "start GThreadWatchdog failed..\n");
+    EXPECT_EQ(openDescriptorCount(), before + 2);  // the capture's own two
 }
 
 TEST_F(WatchDog, GoesOnFeedingAfterAFailedFeed) {
