@@ -96,7 +96,7 @@ class GoldenReader {
   private:
     void readUntilEnd(const Lines& lines, std::size_t& next, Lines& messages) {
         while (next < lines.size() && lines[next] != "@end") {
-            const std::string line = lines[next++];
+            const std::string& line = lines[next++];
             if (line.compare(0, 8, "@repeat ") == 0) {
                 repeat(std::stoi(line.substr(8)), lines, next, messages);
             } else if (!line.empty() && line[0] == '@') {
