@@ -82,10 +82,15 @@ int MCUSession::RecvCommand(unsigned char* buffer, int length) {
 }
 
 void MCUSession::traceParameters() const {
-    const std::string text = " m_strDeviceName = " + m_strDeviceName +
-                             "\n m_nBaudrate = " + std::to_string(m_nBaudrate) +
-                             "\n m_nDatabits = " + std::to_string(m_nDatabits) +
-                             "\n m_nStopbits = " + std::to_string(m_nStopbits) +
-                             "\n m_nParity = " + std::to_string(m_nParity) + "\n ";
+    constexpr char kFormat[] =
+        " m_strDeviceName = %s\n m_nBaudrate = %d\n m_nDatabits = %d\n m_nStopbits = %d\n "
+        "m_nParity = %d\n ";
+    const auto format = [this, &kFormat](char* text, std::size_t size) {
+        return std::snprintf(text, size, kFormat, m_strDeviceName.c_str(), m_nBaudrate, m_nDatabits,
+                             m_nStopbits, m_nParity);
+    };
+    // A device name of any length is traced whole.
+    std::string text(static_cast<std::size_t>(format(nullptr, 0)) + 1, '\0');
+    (void)format(text.data(), text.size());
     UpdateNote::log(text.c_str());
 }

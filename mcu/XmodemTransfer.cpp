@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
+#include <string>
 
 #include "mcu/UpdateNote.h"
 #include "mcu/XmodemSender.h"
@@ -27,6 +29,7 @@ constexpr int kTooManyRepeats = -4;
 constexpr int kUnknownReply = -5;
 constexpr int kGoOn = 1;  // not a result: the blocks are not all sent
 
+constexpr std::size_t kMostShownOfPath = 233;
 constexpr int kMostRepeats = 10;  // exceeded, not reached: eleven repeats are made
 constexpr long kFailedReadPauseMicroseconds = 5000;
 
@@ -40,7 +43,8 @@ int XmodemTransfer::run(const char* path) {
         return kFileFailed;
     }
     // A path that is too long for the message is cut, not the message's end.
-    trace("open flie success !(%.233s)\n", path);
+    const std::string shownPath(path, strnlen(path, kMostShownOfPath));
+    trace("open flie success !(%s)\n", shownPath.c_str());
     (void)m_sender.flushInput();  // a dead line shows in the wait that follows
     if (!awaitStart()) {
         return kNoReply;
@@ -53,7 +57,7 @@ int XmodemTransfer::run(const char* path) {
         return kNoReply;
     }
     m_file.reset();
-    trace("send flie success !(%.233s)\n", path);
+    trace("send flie success !(%s)\n", shownPath.c_str());
     return kSent;
 }
 
