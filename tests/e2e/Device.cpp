@@ -104,6 +104,7 @@ void Device::connect(const std::vector<SimulatedMcu>& mcus, const json& faults) 
                                     {"hardware", mcu.hardware},
                                     {"version", mcu.version},
                                     {"state", mcu.state},
+                                    {"telemetry", mcu.telemetry},
                                     {"boot_delay_ms", 0}});
     }
     writeText(m_directory / "mcus.json", settings.dump());

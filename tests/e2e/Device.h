@@ -27,6 +27,7 @@ struct SimulatedMcu {
     std::string hardware;               // hexadecimal digits, as the tool shows them
     std::vector<int> version;           // three numbers, in reading order
     std::string state = "application";  // or "boot"
+    bool telemetry = false;             // whether the application uploads reports unasked
 };
 
 // A device of its own for one test: a directory below the build tree with the sandbox's run

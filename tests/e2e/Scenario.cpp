@@ -39,6 +39,8 @@ Requests operator*(int times, const Requests& requests) {
 }
 
 const json kNeverBoots = json::array({{{"on", "set-to-boot"}, {"do", "no-boot"}}});
+const json kBootsAtTheThirdRequest =
+    json::array({{{"on", "set-to-boot"}, {"n", {{"from", 1}, {"to", 2}}}, {"do", "no-boot"}}});
 const json kBootsAtTheSixthRequest =
     json::array({{{"on", "set-to-boot"}, {"n", {{"from", 1}, {"to", 5}}}, {"do", "no-boot"}}});
 const json kRefusesPermission = json::array({{{"on", "update"}, {"do", "refuse"}}});

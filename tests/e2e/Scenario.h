@@ -32,6 +32,7 @@ constexpr int kAttemptsOfAFailedJob = 2 * kAttemptsAtAFile;
 
 // Fault scripts of the simulated MCU.
 extern const nlohmann::json kNeverBoots;
+extern const nlohmann::json kBootsAtTheThirdRequest;
 extern const nlohmann::json kBootsAtTheSixthRequest;
 extern const nlohmann::json kRefusesPermission;
 extern const nlohmann::json kSilent;
