@@ -97,7 +97,6 @@ TEST_F(HungWorker, ReleasesTheHandlesThatItHolds) {
     std::atomic<int> alive{0};
     killIn([&alive]() -> int {
         const SafePointer<Held> held(new (KD_HERE) Held(alive));
-        const SafePointer<Held> copy = held;
         hang();
         return 0;
     });

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "technic/CancelGuard.h"
 #include "technic/ThreadId.h"
@@ -268,7 +269,7 @@ TEST_F(Thread, KillUnwindsTheThreadsStack) {
     const auto held = std::make_shared<int>();
     Endless endless;
     Body body([endless, &held]() mutable {
-        const std::shared_ptr<int> mine = held;
+        const std::vector<std::shared_ptr<int>> mine(1, held);
         return endless();
     });
     body.start();

@@ -36,8 +36,8 @@ class TestWorker : private Works, public GThread {
   public:
     explicit TestWorker(Works works, const std::string& name = "worker")
         : Works(std::move(works)),
-          GThread(bind(&Works::runCycle), name, bind(&Works::runSetup), bind(&Works::runTeardown)) {
-    }
+          GThread(bind(this, &Works::runCycle), name, bind(this, &Works::runSetup),
+                  bind(this, &Works::runTeardown)) {}
 
     int id() const { return threadId(); }
     void waitForEnd() {
@@ -47,7 +47,9 @@ class TestWorker : private Works, public GThread {
     }
 
   private:
-    bind_funcobj0<int, Works> bind(int (Works::*work)()) { return {this, work}; }
+    static bind_funcobj0<int, Works> bind(Works* works, int (Works::*work)()) {
+        return {works, work};
+    }
 };
 
 // A record as it came out of the pipe.
