@@ -1,7 +1,10 @@
 #include "tests/e2e/Device.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
@@ -16,6 +19,11 @@ constexpr std::chrono::seconds kReadyLimit{20};
 constexpr std::chrono::milliseconds kReadyPoll{5};
 const char kStopUpload[] = "fe050701000dff";
 
+// The tool never sends this request, so it can mark a place in the transcript.
+const char kMark[] = "alarm-off";
+constexpr unsigned char kMarkFrame[] = {0xFE, 0x02, 0x06, 0x01, 0x00, 0x09, 0xFF};
+constexpr std::chrono::seconds kMarkLimit{10};
+
 fs::path directoryOfThisTest() {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test->test_suite_name()) + "." + test->name();
@@ -23,6 +31,15 @@ fs::path directoryOfThisTest() {
         character = character == '/' ? '_' : character;
     }
     return fs::path(E2E_DIRECTORY) / name;
+}
+
+std::size_t countLinesWith(const fs::path& file, const std::string& text) {
+    std::ifstream in(file);
+    std::size_t count = 0;
+    for (std::string line; std::getline(in, line);) {
+        count += line.find(text) != std::string::npos ? 1U : 0U;
+    }
+    return count;
 }
 
 std::vector<json> jsonLines(const fs::path& file) {
@@ -83,6 +100,9 @@ RunResult Device::runTool(const std::vector<std::string>& arguments) {
     ChildProcess tool(command, m_directory / "stdout", m_directory / "stderr");
     result.status = tool.wait(kRunLimit).value_or(-1);
     tool.terminate();
+    if (m_simulator) {
+        waitUntilLineIsEmpty();
+    }
     const fs::path note = runDirectory() / "log" / "MCUUpdateNote.log";
     result.output = readText(m_directory / "stdout");
     result.errors = readText(m_directory / "stderr");
@@ -188,7 +208,27 @@ json Device::mcuState(const std::string& mcuName) const {
 }
 
 std::vector<json> Device::transcript() const {
-    return jsonLines(m_directory / "transcript.jsonl");
+    std::vector<json> records = jsonLines(m_directory / "transcript.jsonl");
+    records.erase(std::remove_if(records.begin(), records.end(),
+                                 [](const json& record) { return record.at("meaning") == kMark; }),
+                  records.end());
+    return records;
+}
+
+void Device::waitUntilLineIsEmpty() {
+    const std::string line = m_directory / "line";
+    const int port = open(line.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const bool written = port != -1 && write(port, kMarkFrame, sizeof(kMarkFrame)) ==
+                                           static_cast<ssize_t>(sizeof(kMarkFrame));
+    close(port);
+    ++m_marks;
+    const auto deadline = std::chrono::steady_clock::now() + kMarkLimit;
+    while (countLinesWith(m_directory / "transcript.jsonl", kMark) < m_marks) {
+        if (!written || std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("the simulator does not read its line");
+        }
+        std::this_thread::sleep_for(kReadyPoll);
+    }
 }
 
 std::vector<json> Device::records(const std::string& fileName) const {

@@ -76,9 +76,12 @@ class Device {
 
   private:
     void waitUntilReady();
+    // Until the simulated MCUs have taken, and recorded, all that the tool wrote before it ended.
+    void waitUntilLineIsEmpty();
 
     std::filesystem::path m_directory;
     int m_timeScale;
     std::vector<std::string> m_options;
     std::unique_ptr<ChildProcess> m_simulator;
+    std::size_t m_marks = 0;
 };
