@@ -29,17 +29,18 @@ constexpr int kPipeNotOpened = -202;
 constexpr std::uint32_t kExceptionLogBytes = 10240;
 constexpr std::uint32_t kExceptionLogBackups = 1;
 
-// What an exception of a work is logged as: a standard one as thread + `standard` + message + "]",
-// any other one as `other`.
+// What an exception of a work is logged as. A standard one: "thread(", name and id, `standard`, its
+// message, "]". Any other one: `other`.
 struct ExceptionTexts {
     const char* standard;
     const char* other;
 };
 
-constexpr ExceptionTexts kSetupTexts{" setup exception,message[", "GThread setup exception."};
-constexpr ExceptionTexts kRunningTexts{" running exception,message[", "GThread running exception."};
+constexpr ExceptionTexts kSetupTexts{") setup exception,message[", "GThread setup exception."};
+constexpr ExceptionTexts kRunningTexts{") running exception,message[",
+                                       "GThread running exception."};
 // "massage" is kept: logs are read that way.
-constexpr ExceptionTexts kTeardownTexts{" teardown exception,massage[",
+constexpr ExceptionTexts kTeardownTexts{") teardown exception,massage[",
                                         "GThread teardown exception."};
 
 // Logs an exception and stops the system with the same text. A worker is not killed meanwhile.
@@ -57,7 +58,7 @@ __attribute__((no_sanitize("null", "alignment"))) std::optional<int> callWork(
     try {
         return work();
     } catch (const std::exception& error) {
-        reportException(thread + texts.standard + error.what() + "]");
+        reportException("thread(" + thread + texts.standard + error.what() + "]");
     } catch (const abi::__forced_unwind&) {
         throw;
     } catch (...) {
@@ -91,7 +92,7 @@ GThread::GThread(const function<int>& cycleWork, const std::string& name,
 
 GThread::~GThread() noexcept(false) {
     if (isRunning()) {
-        const std::string text = "force stop " + label(threadId());
+        const std::string text = "force stop thread(" + nameAndId(threadId()) + ")";
         std::puts(text.c_str());
         writeThreadException(text);
     }
@@ -135,13 +136,14 @@ int GThread::start() {
     m_cycleCount = 0;
     m_setupDone = true;
     // The id is the caller's: the worker does not exist yet.
-    const std::string caller = label(currentThreadId());
+    const std::string caller = nameAndId(currentThreadId());
     const std::optional<int> result = callWork(m_setupWork, caller, kSetupTexts);
     if (!result) {
         return 0;
     }
     if (*result != 0) {
-        writeThreadException(caller + " setup failed. result= " + std::to_string(*result));
+        writeThreadException("thread(" + caller +
+                             ") setup failed. result= " + std::to_string(*result));
         return 0;
     }
     m_info->setState(GThreadInfo::kRunning);
@@ -154,7 +156,7 @@ int GThread::start() {
 
 int GThread::run() {
     openRunGate();
-    const std::string worker = label(threadId());
+    const std::string worker = nameAndId(threadId());
     m_info->setThreadId(static_cast<std::uint32_t>(threadId()));
     const auto works = [this] {
         (void)sendHeartbeat();
@@ -216,10 +218,11 @@ int GThread::stop() {
 
 // Runs on the stopper's thread.
 int GThread::teardown() {
-    const std::string worker = label(threadId());
+    const std::string worker = nameAndId(threadId());
     const std::optional<int> result = callWork(m_teardownWork, worker, kTeardownTexts);
     if (result && *result != 0) {
-        writeThreadException(worker + " teardown failed,result=" + std::to_string(*result));
+        writeThreadException("thread(" + worker +
+                             ") teardown failed,result=" + std::to_string(*result));
     }
     return result && *result == 0 ? 1 : 0;
 }
@@ -243,13 +246,14 @@ int GThread::sendHeartbeat() {
     GThreadFIFOComm comm(threadFifoName(), FIFOChannel::kWrite);
     if (!comm.open()) {
         const std::string dropped =
-            label(threadId()) + " open ThreadCommunication failed! errno=" + std::strerror(errno) +
+            "thread(" + nameAndId(threadId()) +
+            ") open ThreadCommunication failed! errno=" + std::strerror(errno) +
             ", strerror1=" + entryError;
         return kPipeNotOpened;
     }
     const int result = comm.send(m_info);
     if (result != 0) {
-        const std::string dropped = label(threadId()) + " send heartbeat(" +
+        const std::string dropped = "thread(" + nameAndId(threadId()) + ") send heartbeat(" +
                                     std::to_string(m_info->getState()) +
                                     ") failed.sendResult = " + std::to_string(result) +
                                     ",FIFO DataSize = " + std::to_string(m_info->serializedSize()) +
@@ -259,8 +263,8 @@ int GThread::sendHeartbeat() {
     return result;
 }
 
-std::string GThread::label(int id) const {
-    return "thread(" + getName() + "," + std::to_string(id) + ")";
+std::string GThread::nameAndId(int id) const {
+    return getName() + "," + std::to_string(id);
 }
 
 void GThread::writeThreadException(const std::string& text) {

@@ -57,7 +57,7 @@ class GThread : public KdThread {
     int sendHeartbeat();
     int sendLastHeartbeat();
     static std::string threadFifoName();
-    std::string label(int id) const;
+    std::string nameAndId(int id) const;
 
     KdMutex m_lock;
     function<int> m_setupWork;
