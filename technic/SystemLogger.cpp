@@ -14,10 +14,6 @@ constexpr std::uint32_t kBytesPerKilobyte = 1024;
 
 }  // namespace
 
-const char* const kDateTimeLayouts[6] = {"ErrorFormat",         "YYYY-MM-DD hh:mm:ss",
-                                         "hh:mm:ss YYYY-MM-DD", "MM/DD/YYYY hh:mm:ss",
-                                         "hh:mm:ss MM/DD/YYYY", "weekday MM/DD/YYYY hh:mm:ss"};
-
 SystemLogger& SystemLogger::instance() {
     // Never destroyed: threads may log until the process is gone.
     static SystemLogger& logger = *new (KD_HERE) SystemLogger;

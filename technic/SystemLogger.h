@@ -7,9 +7,6 @@
 #include "technic/KdMutex.h"
 #include "technic/RotatingLog.h"
 
-// Layouts of date and time, by name.
-extern const char* const kDateTimeLayouts[6];
-
 // The caller's source file and line.
 struct SourceLocation {
     const char* file;

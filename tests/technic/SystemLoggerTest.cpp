@@ -96,15 +96,6 @@ INSTANTIATE_TEST_SUITE_P(Nothing, FormattedMessage,
                          testing::Values(FormattedCase{"empty", "",
                                                        "too many message, cannot print"}));
 
-TEST(SystemLogger, OffersItsLayoutsInOrder) {
-    const std::vector<std::string> layouts(std::begin(kDateTimeLayouts),
-                                           std::end(kDateTimeLayouts));
-    EXPECT_EQ(layouts,
-              (std::vector<std::string>{"ErrorFormat", "YYYY-MM-DD hh:mm:ss", "hh:mm:ss YYYY-MM-DD",
-                                        "MM/DD/YYYY hh:mm:ss", "hh:mm:ss MM/DD/YYYY",
-                                        "weekday MM/DD/YYYY hh:mm:ss"}));
-}
-
 // There is no way back from init, so each of these runs in a process of its own.
 class InitialisedLogger : public testing::Test {
   protected:
