@@ -21,7 +21,6 @@ namespace {
 constexpr std::uint32_t kRebootLogBytes = 10240;
 constexpr std::uint32_t kRebootLogBackups = 2;
 constexpr int kReplyWaitSeconds = 30;
-constexpr std::size_t kLongestCommand = 999;
 constexpr int kNotSent = -9;
 constexpr int kNoReply = -2;
 
@@ -158,7 +157,7 @@ int sendLocalCommand(const std::string& command, int timeoutSeconds) {
     if (command.empty()) {
         return kNotSent;
     }
-    const auto length = static_cast<std::uint32_t>(std::min(command.size(), kLongestCommand));
+    const auto length = static_cast<std::uint32_t>(std::min(command.size(), kLongestLocalCommand));
     const LocalSocket daemon;
     if (!daemon.connectTo(device_paths::kControlDaemonSocket)) {
         std::perror("connect_to_local_md");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 // Process-wide system control. Any thread.
@@ -15,7 +16,10 @@ int getSystemRunningFlag();
 void Reboot(const std::string& reason);
 void Restart(const std::string& reason);
 
-// Has the control daemon run a shell command, of which the first 999 bytes are sent. Returns the
+// Bytes of a command that the control daemon takes.
+constexpr std::size_t kLongestLocalCommand = 999;
+
+// Has the control daemon run a shell command, of which what is too long is cut off. Returns the
 // daemon's reply code (-1 when the reply is short); -9 for an empty command or when the daemon
 // cannot be reached; -2 when there is no reply in `timeoutSeconds`, or when that is 0 or less and
 // the reply is not waited for.
