@@ -34,7 +34,8 @@ struct Launch {
 // or ends itself: then, too, no entry of it stays behind and nobody waits for it.
 class Run {
   public:
-    Run(KdThreadState& state, const std::string& name) : m_state(state), m_tid(currentThreadId()) {
+    Run(KdThreadState& state, const std::string& name)
+        : m_state(state), m_tid(currentThreadId()), m_result(state.result) {
         m_state.tid.store(m_tid, std::memory_order_relaxed);
         ThreadInfoManager::instance()->registerThread(m_tid, name, pthread_self());
     }
@@ -58,7 +59,8 @@ class Run {
   private:
     KdThreadState& m_state;
     const int m_tid;
-    int m_result = 0;
+    // That of the run before, until this one returns.
+    int m_result;
 };
 
 // The opposite of a CancelGuard: the thread may be cancelled while it lives.

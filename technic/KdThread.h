@@ -27,7 +27,8 @@ class KdThread {
     int start();
     // True from start() until the thread's body has returned. Any thread.
     bool isRunning();
-    // What run() returned last; 0 while the thread runs, and when a run ended without returning.
+    // What run() returned last, 0 before it ever did; a run that was killed or ended itself returns
+    // nothing. 0 while the thread runs.
     int getResult();
 
     // Waits for the thread in steps of 100 ms, at most the stop time-out; kills it then, or after
