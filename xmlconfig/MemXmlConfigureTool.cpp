@@ -4,6 +4,8 @@
 
 #include <new>
 
+#include "technic/SourceLocation.h"
+#include "technic/TrackedAlloc.h"
 #include "xmlconfig/XmlConfigureNames.h"
 #include "xmlconfig/XmlLimits.h"
 
@@ -50,7 +52,7 @@ bool MemXmlConfigureTool::parse(const std::string& text, int encoding) {
         return false;
     }
     try {
-        auto document = std::make_unique<TiXmlDocument>();
+        std::unique_ptr<TiXmlDocument> document(new (KD_HERE) TiXmlDocument);
         // Nobody asks for rows and columns, and following them is what a crafted text can hang.
         document->SetTabSize(0);
         document->Parse((text + std::string(kPaddingBytes, '\0')).c_str(), nullptr,

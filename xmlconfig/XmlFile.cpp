@@ -10,10 +10,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <memory>
 #include <new>
 #include <stdexcept>
 
 #include "technic/RegularFile.h"
+#include "technic/SourceLocation.h"
+#include "technic/TrackedAlloc.h"
 
 namespace {
 
@@ -55,18 +58,18 @@ bool XmlFile::read(const std::string& path, std::string& text) {
     if (!file.isOpen() || file.size() <= 0 || file.size() > mostBytes()) {
         return false;
     }
-    std::string bytes;
+    const auto size = static_cast<std::size_t>(file.size());
     try {
-        bytes.resize(static_cast<std::size_t>(file.size()));
+        const std::unique_ptr<char[]> bytes(new (KD_HERE) char[size]);
+        if (!file.readAt(0, bytes.get(), size)) {
+            return false;
+        }
+        text.assign(bytes.get(), size);
     } catch (const std::bad_alloc&) {
         return false;
     } catch (const std::length_error&) {
         return false;
     }
-    if (!file.readAt(0, bytes.data(), bytes.size())) {
-        return false;
-    }
-    text.swap(bytes);
     return true;
 }
 

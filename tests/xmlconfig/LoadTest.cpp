@@ -57,7 +57,10 @@ INSTANTIATE_TEST_SUITE_P(
         Rejected{"Empty", ""}, Rejected{"OnlyBlanks", " \n\t "},
         Rejected{"LowerCaseRoot", "<configure name=\"D\"/>"},
         Rejected{"RootWithoutName", "<Configure/>"},
+        Rejected{"LongerRoot", "<Configures name=\"D\"/>"},
+        Rejected{"RootWithUpperCaseName", "<Configure Name=\"D\"/>"},
         Rejected{"RootOfAnotherName", "<ConfigItem name=\"D\"/>"},
+        Rejected{"ConfigureBehindTheRoot", "<Other name=\"D\"/><Configure name=\"D\"/>"},
         Rejected{"NoRoot", "<!-- only a comment -->"}, Rejected{"NoMarkup", "name=D"},
         Rejected{"UnclosedRoot", "<Configure name=\"D\">"},
         Rejected{"WrongEndTag", "<Configure name=\"D\"></configure>"},
@@ -73,11 +76,24 @@ INSTANTIATE_TEST_SUITE_P(
         Rejected{"FiveThousandAttributes", manyAttributes()}),
     [](const auto& test) { return test.param.what; });
 
-TEST(Load, FailsForAFileThatIsNotThere) {
-    XmlConfigureTool tool;
-    EXPECT_FALSE(tool.load("/no/such/file.xml", XmlConfigureTool::kEncodingUtf8,
-                           XmlConfigureTool::kModeRead));
+TEST(Load, TakesTheFirstElementAsTheRoot) {
+    Loaded loaded;
+    EXPECT_TRUE(loaded.load("<Configure name=\"D\"/><Other/>"));
 }
+
+class Opening : public testing::TestWithParam<int> {};
+
+TEST_P(Opening, FailsForAFileThatIsNotThereAndMakesNone) {
+    const TemporaryFolder folder;
+    XmlConfigureTool tool;
+    EXPECT_FALSE(tool.load(folder.path("no.xml"), XmlConfigureTool::kEncodingUtf8, GetParam()));
+    EXPECT_FALSE(tool.isLoaded());
+    EXPECT_FALSE(std::filesystem::exists(folder.path("no.xml")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, Opening,
+                         testing::Values(XmlConfigureTool::kModeRead,
+                                         XmlConfigureTool::kModeReadWrite));
 
 TEST(Load, FailsForAFolder) {
     const TemporaryFolder folder;
@@ -138,13 +154,35 @@ TEST(Load, ReadsUtf8CharactersUnderEncodingOne) {
     EXPECT_EQ(value, "\xE8\xAE\xBE\xE5\xA4\x87");
 }
 
-// As UTF-8 the first byte would take the quote with it.
-TEST(Load, ReadsByteByByteUnderAnyOtherEncoding) {
-    Loaded loaded;
-    ASSERT_TRUE(loaded.load(section("a=\"\xC4\""), 2));
+TEST(Load, TurnsCharacterNumbersIntoUtf8UnderEncodingOne) {
+    Loaded loaded(section("a=\"&#xC4;\""));
     std::string value;
     EXPECT_TRUE(loaded.node("S")->getString("a", value));
-    EXPECT_EQ(value, "\xC4");
+    EXPECT_EQ(value, "\xC3\x84");
+}
+
+class LegacyEncoding : public testing::TestWithParam<int> {};
+
+// As UTF-8 the first byte would take the quote with it, and the number would give two bytes.
+TEST_P(LegacyEncoding, ReadsByteByByte) {
+    Loaded loaded;
+    ASSERT_TRUE(loaded.load(section("a=\"&#xC4;\xC4\""), GetParam()));
+    std::string value;
+    EXPECT_TRUE(loaded.node("S")->getString("a", value));
+    EXPECT_EQ(value, "\xC4\xC4");
+}
+
+INSTANTIATE_TEST_SUITE_P(Numbers, LegacyEncoding, testing::Values(0, 2, -1));
+
+TEST(Load, IsRememberedWithItsEncoding) {
+    MemXmlConfigureTool document;
+    EXPECT_EQ(document.getEncoding(), 0);
+    ASSERT_TRUE(document.parse(section(""), 2));
+    EXPECT_EQ(document.getEncoding(), 2);
+    ASSERT_TRUE(document.parse(section(""), 1));
+    EXPECT_EQ(document.getEncoding(), 1);
+    EXPECT_FALSE(document.parse("", 2));
+    EXPECT_EQ(document.getEncoding(), 1);
 }
 
 // Every prefix of a document with one of everything: none crashes, hangs or is taken.

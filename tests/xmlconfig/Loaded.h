@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <list>
 #include <string>
 
@@ -47,4 +48,21 @@ class Loaded {
 inline std::string section(const std::string& attributes, const std::string& children = "") {
     return "<Configure name=\"Doc\"><Configure name=\"S\" " + attributes + ">" + children +
            "</Configure></Configure>";
+}
+
+// Only a failed read of a 32-bit integer touches its target.
+template <class Element>
+void expectEveryReadFails(const Element& element) {
+    std::string text = "before";
+    std::int32_t number = 7;
+    std::uint64_t large = 7;
+    bool flag = true;
+    EXPECT_FALSE(element.getString("a", text));
+    EXPECT_FALSE(element.getInt("a", number));
+    EXPECT_FALSE(element.getUInt64("a", large));
+    EXPECT_FALSE(element.getBool("a", flag));
+    EXPECT_EQ(text, "before");
+    EXPECT_EQ(number, 0);
+    EXPECT_EQ(large, 7U);
+    EXPECT_TRUE(flag);
 }

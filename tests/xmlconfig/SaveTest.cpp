@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -21,9 +24,31 @@ TEST(Save, WritesACreatedDocumentToItsPath) {
     tool.setName("New");
     ASSERT_TRUE(tool.load(folder.path("new.xml"), kUtf8, XmlConfigureTool::kModeCreate));
     EXPECT_FALSE(std::filesystem::exists(folder.path("new.xml")));
+    EXPECT_TRUE(tool.isLoaded());
     EXPECT_TRUE(tool.save());
     EXPECT_FALSE(tool.isLoaded());
     EXPECT_EQ(folder.read("new.xml"), kNewDocument);
+}
+
+TEST(Save, WritesTheSameCreatedDocumentUnderTheLegacyEncoding) {
+    const TemporaryFolder folder;
+    XmlConfigureTool tool;
+    tool.setName("New");
+    ASSERT_TRUE(tool.load(folder.path("new.xml"), 2, XmlConfigureTool::kModeCreate));
+    EXPECT_TRUE(tool.save());
+    EXPECT_EQ(folder.read("new.xml"), kNewDocument);
+}
+
+TEST(Save, ReplacesTheFileInPlaceOfACreatedDocumentOnlyThen) {
+    const std::string old = section("");
+    Loaded loaded(old);
+    loaded.tool().setName("New");
+    ASSERT_TRUE(loaded.tool().load(loaded.folder().path("config.xml"), kUtf8,
+                                   XmlConfigureTool::kModeCreate));
+    EXPECT_FALSE(loaded.has("S"));
+    EXPECT_EQ(loaded.folder().read("config.xml"), old);
+    EXPECT_TRUE(loaded.tool().save());
+    EXPECT_EQ(loaded.folder().read("config.xml"), kNewDocument);
 }
 
 TEST(Save, NeedsNoExistingFileToCreateADocument) {
@@ -39,6 +64,7 @@ TEST(Save, ReadsBackWhatItCreated) {
     tool.setName("a \"quoted\" <name> & more");
     ASSERT_TRUE(tool.load(folder.path("new.xml"), kUtf8, XmlConfigureTool::kModeCreate));
     ASSERT_TRUE(tool.close());
+    EXPECT_FALSE(tool.isLoaded());
     XmlConfigureTool again;
     ASSERT_TRUE(again.load(folder.path("new.xml"), kUtf8, XmlConfigureTool::kModeRead));
     EXPECT_EQ(again.getName(), "a \"quoted\" <name> & more");
@@ -52,9 +78,25 @@ TEST(Save, WritesADocumentThatWasOpenedForSavingAndDeclaresUtf8) {
         kUtf8, XmlConfigureTool::kModeReadWrite));
     EXPECT_TRUE(loaded.tool().save());
     EXPECT_FALSE(loaded.tool().isLoaded());
+    EXPECT_FALSE(loaded.has("S"));
     EXPECT_EQ(loaded.folder().read("config.xml"),
               "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<Configure name=\"D\">\n"
               "    <Configure name=\"S\" />\n</Configure>\n");
+}
+
+TEST(Save, KeepsEverythingElseOfTheDocument) {
+    Loaded loaded;
+    ASSERT_TRUE(loaded.load(
+        "<?xml version='1.1' encoding='gb2312' standalone='yes'?><!-- c --><Configure name='D'>"
+        "<Configure name='L'><ConfigItem a='&lt;1'/>text<Other b=''/></Configure>"
+        "</Configure>",
+        kUtf8, XmlConfigureTool::kModeReadWrite));
+    EXPECT_TRUE(loaded.tool().save());
+    EXPECT_EQ(loaded.folder().read("config.xml"),
+              "<?xml version=\"1.1\" encoding=\"utf-8\" standalone=\"yes\" ?>\n<!-- c -->\n"
+              "<Configure name=\"D\">\n    <Configure name=\"L\">\n"
+              "        <ConfigItem a=\"&lt;1\" />\n        text\n"
+              "        <Other b=\"\" />\n    </Configure>\n</Configure>\n");
 }
 
 TEST(Save, ReplacesALongerFileCompletely) {
@@ -65,13 +107,28 @@ TEST(Save, ReplacesALongerFileCompletely) {
     EXPECT_EQ(loaded.folder().read("config.xml"), "<Configure name=\"D\" />\n");
 }
 
-TEST(Save, WritesNothingForADocumentOpenedForReading) {
+class UnsavedMode : public testing::TestWithParam<int> {};
+
+TEST_P(UnsavedMode, WritesNothing) {
     const std::string text = "<Configure   name='D'/>";
     Loaded loaded;
-    ASSERT_TRUE(loaded.load(text));
+    ASSERT_TRUE(loaded.load(text, kUtf8, GetParam()));
     EXPECT_TRUE(loaded.tool().save());
     EXPECT_FALSE(loaded.tool().isLoaded());
     EXPECT_EQ(loaded.folder().read("config.xml"), text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, UnsavedMode, testing::Values(XmlConfigureTool::kModeRead, 0, 4));
+
+TEST(Save, WritesNothingAfterALoadThatFailed) {
+    const std::string text = "<Configure   name='D'/>";
+    Loaded loaded;
+    ASSERT_TRUE(loaded.load(text, kUtf8, XmlConfigureTool::kModeReadWrite));
+    const std::string other = loaded.folder().write("other.xml", "<Other/>");
+    ASSERT_FALSE(loaded.tool().load(other, kUtf8, XmlConfigureTool::kModeReadWrite));
+    EXPECT_TRUE(loaded.tool().save());
+    EXPECT_EQ(loaded.folder().read("config.xml"), text);
+    EXPECT_EQ(loaded.folder().read("other.xml"), "<Other/>");
 }
 
 TEST(Save, SucceedsWhenNothingIsLoaded) {
@@ -115,12 +172,28 @@ TEST(FileText, LargerThanThirtyTwoBitsIsNotRead) {
     EXPECT_FALSE(XmlFile::read(folder.path("large"), text));
 }
 
-TEST(FileText, LargerThanTheMemoryIsNotRead) {
+// The system tells a length of a whole page for this file and then gives less.
+TEST(FileText, ShorterThanItsLengthTellsIsNotRead) {
+    constexpr char kShort[] = "/sys/devices/system/cpu/online";
+    ASSERT_GT(std::filesystem::file_size(kShort), 0U);
+    std::string text = "before";
+    EXPECT_FALSE(XmlFile::read(kShort, text));
+    EXPECT_EQ(text, "before");
+}
+
+TEST(FileText, LargerThanASixteenthOfTheMemoryIsNotRead) {
+    const auto memory = static_cast<std::uintmax_t>(sysconf(_SC_PHYS_PAGES)) *
+                        static_cast<std::uintmax_t>(sysconf(_SC_PAGESIZE));
     const TemporaryFolder folder;
     folder.write("large", "x");
-    std::filesystem::resize_file(folder.path("large"), 0xFFFFFFFF);
+    std::filesystem::resize_file(folder.path("large"),
+                                 std::min<std::uintmax_t>(memory / 16 + 1, 0x100000000));
     std::string text;
     EXPECT_FALSE(XmlFile::read(folder.path("large"), text));
+}
+
+TEST(FileText, IsNotWrittenIntoAFolderThatIsNotThere) {
+    EXPECT_FALSE(XmlFile::write("/no/such/folder/file", "text"));
 }
 
 TEST(FileText, IsNotWrittenToADeviceThatIsFull) {

@@ -53,7 +53,17 @@ TEST(SectionLookup, EndsAtAFollowingElementOfAnotherKindWithoutAName) {
 }
 
 TEST(SectionLookup, TakesAFollowingElementOfAnotherKindWithTheName) {
-    Loaded loaded(document("<Configure name=\"A\"/><Other name=\"B\"/>"));
+    Loaded loaded(document("<Configure name=\"A\"/><Other name=\"B\" v=\"2\"/>"));
+    std::string value;
+    EXPECT_TRUE(loaded.node("B")->getString("v", value));
+    EXPECT_EQ(value, "2");
+}
+
+TEST(SectionLookup, PassesOverWhatIsNoElement) {
+    Loaded loaded(
+        document(" <!-- c --> text <Configure name=\"A\"/><!-- c -->text"
+                 "<![CDATA[<Configure/>]]><Configure name=\"B\"/>"));
+    EXPECT_TRUE(loaded.has("A"));
     EXPECT_TRUE(loaded.has("B"));
 }
 
@@ -86,6 +96,16 @@ TEST(SectionLookup, FindsSubSectionsOfASection) {
     EXPECT_FALSE(loaded.has("Sub"));
 }
 
+TEST(SectionLookup, BelowASectionEndsAtASectionWithoutAName) {
+    Loaded loaded(
+        document("<Configure name=\"A\"><Configure name=\"B\"/><Configure/>"
+                 "<Configure name=\"C\"/></Configure>"));
+    SafePointer<XmlConfigureNode> sub = noNode();
+    EXPECT_TRUE(loaded.node("A")->getNode("B", sub));
+    EXPECT_FALSE(loaded.node("A")->getNode("C", sub));
+    EXPECT_FALSE(loaded.node("A")->getNode("A", sub));
+}
+
 TEST(SectionLookup, FailsWhenNothingIsLoaded) {
     const XmlConfigureTool tool;
     SafePointer<XmlConfigureNode> node = noNode();
@@ -107,11 +127,26 @@ TEST(ItemList, FailsWithoutAConfigItem) {
     EXPECT_TRUE(items.empty());
 }
 
-TEST(ItemList, FindsItemsBehindAComment) {
-    Loaded loaded(section("", "<!-- the files --><ConfigItem id=\"1\"/>"));
+TEST(ItemList, LeavesCommentsAndTextsOut) {
+    Loaded loaded(section("",
+                          "<!-- the files --><ConfigItem id=\"1\"/><!-- c -->text"
+                          "<ConfigItem id=\"2\"/>"));
+    Items items;
+    EXPECT_TRUE(loaded.node("S")->getItems(items));
+    EXPECT_EQ(idsOf(items), "12");
+}
+
+TEST(ItemList, LeavesElementsBelowAnItemOut) {
+    Loaded loaded(section("", "<ConfigItem id=\"1\"><ConfigItem id=\"2\"/></ConfigItem>"));
     Items items;
     EXPECT_TRUE(loaded.node("S")->getItems(items));
     EXPECT_EQ(idsOf(items), "1");
+}
+
+TEST(ItemList, FailsWithConfigItemsOnlyBelowOtherElements) {
+    Loaded loaded(section("", "<Other><ConfigItem id=\"1\"/></Other>"));
+    Items items;
+    EXPECT_FALSE(loaded.node("S")->getItems(items));
 }
 
 TEST(ItemList, TakesFollowingElementsOfAnyNameAndNoneBefore) {
@@ -141,16 +176,17 @@ TEST(ItemList, FailsWhenThereAreMoreItemsThanHandles) {
     EXPECT_TRUE(loaded.has("S"));
 }
 
-TEST(Placeholder, NodeAndItemFailEveryOperation) {
+TEST(Placeholder, NodeFailsEveryOperation) {
     const XmlConfigureNode node;
-    const XmlConfigureItem item;
     SafePointer<XmlConfigureNode> sub = noNode();
     Items items;
-    std::string text;
     EXPECT_FALSE(node.getNode("A", sub));
     EXPECT_FALSE(node.getItems(items));
-    EXPECT_FALSE(node.getString("a", text));
-    EXPECT_FALSE(item.getString("a", text));
+    expectEveryReadFails(node);
+}
+
+TEST(Placeholder, ItemFailsEveryRead) {
+    expectEveryReadFails(XmlConfigureItem());
 }
 
 }  // namespace

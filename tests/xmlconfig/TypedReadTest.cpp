@@ -18,11 +18,12 @@ TEST(StringRead, CopiesTheText) {
     EXPECT_EQ(value, "");
 }
 
-TEST(StringRead, FailsForAMissingAttributeAndKeepsItsTarget) {
-    Loaded loaded(section(""));
-    std::string value = "before";
-    EXPECT_FALSE(loaded.node("S")->getString("a", value));
-    EXPECT_EQ(value, "before");
+TEST(StringRead, TellsKeysApartByCase) {
+    Loaded loaded(section("armType=\"1\" ArmType=\"2\""));
+    std::string value;
+    EXPECT_TRUE(loaded.node("S")->getString("ArmType", value));
+    EXPECT_EQ(value, "2");
+    EXPECT_FALSE(loaded.node("S")->getString("ARMTYPE", value));
 }
 
 struct IntRow {
@@ -51,22 +52,17 @@ INSTANTIATE_TEST_SUITE_P(
     Texts, IntRead,
     testing::Values(IntRow{"Plain", "115200", 115200}, IntRow{"Negative", "-3", -3},
                     IntRow{"Plus", "+8", 8}, IntRow{"LeadingBlanks", " \t 8", 8},
-                    IntRow{"TrailingText", "8N1", 8}, IntRow{"Fraction", "1.9", 1},
-                    IntRow{"Hexadecimal", "0x10", 0}, IntRow{"LeadingZero", "010", 10},
-                    IntRow{"NoDigits", "abc", 0}, IntRow{"Empty", "", 0}, IntRow{"Sign", "-", 0},
+                    IntRow{"BlankBehindTheSign", "- 8", 0}, IntRow{"TwoSigns", "+-8", 0},
+                    IntRow{"BlankBetweenDigits", "8 9", 8}, IntRow{"TrailingText", "8N1", 8},
+                    IntRow{"Fraction", "1.9", 1}, IntRow{"Hexadecimal", "0x10", 0},
+                    IntRow{"LeadingZero", "010", 10}, IntRow{"NoDigits", "abc", 0},
+                    IntRow{"Empty", "", 0}, IntRow{"Sign", "-", 0},
                     IntRow{"Most", "2147483647", kMost}, IntRow{"Least", "-2147483648", kLeast},
                     IntRow{"TooLarge", "2147483648", kMost},
                     IntRow{"TooSmall", "-2147483649", kLeast},
                     IntRow{"HugeDigits", std::string(10000, '9'), kMost},
                     IntRow{"HugeNegativeDigits", "-" + std::string(10000, '9'), kLeast}),
     [](const auto& test) { return test.param.what; });
-
-TEST(IntRead, SetsItsTargetToZeroForAMissingAttribute) {
-    Loaded loaded(section(""));
-    std::int32_t value = -7;
-    EXPECT_FALSE(loaded.node("S")->getInt("a", value));
-    EXPECT_EQ(value, 0);
-}
 
 struct UInt64Row {
     const char* what;
@@ -89,21 +85,19 @@ TEST_P(UInt64Read, ScansTheText) {
 
 constexpr std::uint64_t kMost64 = std::numeric_limits<std::uint64_t>::max();
 
-INSTANTIATE_TEST_SUITE_P(Texts, UInt64Read,
-                         testing::Values(UInt64Row{"Plain", "42", 42},
-                                         UInt64Row{"Most", "18446744073709551615", kMost64},
-                                         UInt64Row{"HugeDigits", std::string(10000, '9'), kMost64},
-                                         UInt64Row{"TrailingText", "12ab", 12},
-                                         UInt64Row{"NoNumber", "abc", 77},
-                                         UInt64Row{"Empty", "", 77}),
-                         [](const auto& test) { return test.param.what; });
-
-TEST(UInt64Read, FailsForAMissingAttributeAndKeepsItsTarget) {
-    Loaded loaded(section(""));
-    std::uint64_t value = 77;
-    EXPECT_FALSE(loaded.node("S")->getUInt64("a", value));
-    EXPECT_EQ(value, 77U);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Texts, UInt64Read,
+    testing::Values(UInt64Row{"Plain", "42", 42}, UInt64Row{"Zero", "0", 0},
+                    UInt64Row{"Plus", "+42", 42}, UInt64Row{"Negative", "-1", kMost64},
+                    UInt64Row{"LeadingBlanks", " \t 42", 42}, UInt64Row{"LeadingZero", "010", 10},
+                    UInt64Row{"Hexadecimal", "0x10", 0},
+                    UInt64Row{"BeyondThirtyTwoBits", "4294967296", 4294967296},
+                    UInt64Row{"Most", "18446744073709551615", kMost64},
+                    UInt64Row{"OneTooMany", "18446744073709551616", kMost64},
+                    UInt64Row{"HugeDigits", std::string(10000, '9'), kMost64},
+                    UInt64Row{"TrailingText", "12ab", 12}, UInt64Row{"NoNumber", "abc", 77},
+                    UInt64Row{"Empty", "", 77}),
+    [](const auto& test) { return test.param.what; });
 
 struct BoolRow {
     const char* what;
@@ -128,7 +122,15 @@ TEST_P(BoolRead, KnowsTrueAndFalseInAnyCase) {
 INSTANTIATE_TEST_SUITE_P(Texts, BoolRead,
                          testing::Values(BoolRow{"True", "true", false, true},
                                          BoolRow{"UpperTrue", "TRUE", false, true},
+                                         BoolRow{"MixedTrue", "tRuE", false, true},
+                                         BoolRow{"False", "false", true, false},
+                                         BoolRow{"UpperFalse", "FALSE", true, false},
                                          BoolRow{"MixedFalse", "FalsE", true, false},
+                                         BoolRow{"NoKeepsTrue", "no", true, true},
+                                         BoolRow{"ZeroKeepsTrue", "0", true, true},
+                                         BoolRow{"LongerKeepsTrue", "falsehood", true, true},
+                                         BoolRow{"ShorterKeepsFalse", "tru", false, false},
+                                         BoolRow{"LeadingBlankKeepsTrue", " false", true, true},
                                          BoolRow{"YesKeepsFalse", "yes", false, false},
                                          BoolRow{"YesKeepsTrue", "yes", true, true},
                                          BoolRow{"OneKeepsFalse", "1", false, false},
@@ -136,11 +138,9 @@ INSTANTIATE_TEST_SUITE_P(Texts, BoolRead,
                                          BoolRow{"EmptyKeepsTrue", "", true, true}),
                          [](const auto& test) { return test.param.what; });
 
-TEST(BoolRead, FailsForAMissingAttributeAndKeepsItsTarget) {
+TEST(NodeRead, FailsForAMissingAttribute) {
     Loaded loaded(section(""));
-    bool value = true;
-    EXPECT_FALSE(loaded.node("S")->getBool("a", value));
-    EXPECT_TRUE(value);
+    expectEveryReadFails(*loaded.node("S"));
 }
 
 TEST(ItemRead, ConvertsAsANodeDoes) {
@@ -160,7 +160,13 @@ TEST(ItemRead, ConvertsAsANodeDoes) {
     EXPECT_EQ(number, -1);
     EXPECT_EQ(large, 5U);
     EXPECT_TRUE(flag);
-    EXPECT_FALSE(item.getBool("c", flag));
+}
+
+TEST(ItemRead, FailsForAMissingAttribute) {
+    Loaded loaded(section("", "<ConfigItem/>"));
+    std::list<SafePointer<XmlConfigureItem>> items;
+    ASSERT_TRUE(loaded.node("S")->getItems(items));
+    expectEveryReadFails(*items.front());
 }
 
 }  // namespace
