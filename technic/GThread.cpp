@@ -192,8 +192,8 @@ void GThread::runCycles() {
 
 // One pass of the loop; false when the work is finished.
 bool GThread::pass() {
-    const std::uint32_t period = m_cycleInterval + 1;
-    if (period == 0 || m_tickCount % period == 0) {
+    const std::uint64_t period = std::uint64_t{m_cycleInterval} + 1;
+    if (m_tickCount % period == 0) {
         m_lastResult = m_cycleWork();
         ++m_cycleCount;
     } else {

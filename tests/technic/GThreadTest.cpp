@@ -1,18 +1,15 @@
 #include "technic/GThread.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <chrono>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "tests/technic/ThreadCreation.h"
 #include "tests/technic/WorkerFixture.h"
 
 namespace {
-
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 class Worker : public WorkerFixture {};
 
@@ -34,32 +31,6 @@ TEST_F(Worker, RunsItsWorksInOrderEachOnItsThread) {
     worker.waitForEnd();
     EXPECT_EQ(worker.stop(), 1);
     EXPECT_EQ(threads, (std::vector<int>{currentThreadId(), worker.id(), currentThreadId()}));
-}
-
-TEST_F(Worker, CallsItsCycleWorkAgainWhileThatReturnsZero) {
-    int calls = 0;
-    Works works;
-    works.cycle = [&] { return ++calls == 5 ? 7 : 0; };
-    TestWorker worker(works);
-    worker.start();
-    worker.waitForEnd();
-    EXPECT_EQ(calls, 5);
-}
-
-TEST_F(Worker, EndsAfterOnePassWhenTheFirstCallIsNotZero) {
-    for (const int value : {1, -1}) {
-        int calls = 0;
-        Works works;
-        works.cycle = [&] {
-            ++calls;
-            return value;
-        };
-        TestWorker worker(works);
-        worker.start();
-        worker.waitForEnd();
-        EXPECT_EQ(calls, 1);
-        EXPECT_EQ(worker.getResult(), 0);
-    }
 }
 
 TEST_F(Worker, TearDownOfAWorkerThatEndedWaitsForStop) {
@@ -132,6 +103,29 @@ TEST_F(Worker, SecondStopTearsNothingDown) {
     EXPECT_EQ(teardowns, 1);
 }
 
+TEST_F(Worker, StartOfAWorkerThatEndedSetsItUpAnewAndOneStopTearsItDown) {
+    int setups = 0;
+    int teardowns = 0;
+    Works works;
+    works.setup = [&] {
+        ++setups;
+        return 0;
+    };
+    works.cycle = [] { return 1; };
+    works.teardown = [&] {
+        ++teardowns;
+        return 0;
+    };
+    TestWorker worker(works);
+    for (int run = 1; run <= 2; ++run) {
+        EXPECT_EQ(worker.start(), 1);
+        worker.waitForEnd();
+        EXPECT_EQ(setups, run);
+    }
+    EXPECT_EQ(worker.stop(), 1);
+    EXPECT_EQ(teardowns, 1);
+}
+
 TEST_F(Worker, FailedSetUpMakesNoThreadAndIsRecordedWithTheCallersId) {
     Works works;
     works.setup = [] { return 5; };
@@ -178,21 +172,24 @@ TEST_F(Worker, FailedTearDownIsRecordedWithTheWorkersId) {
     EXPECT_EQ(getSystemRunningFlag(), 1);
 }
 
-TEST_F(Worker, ThreadThatCannotBeMadeFailsTheStart) {
-    pthread_attr_t usual;
-    pthread_attr_t huge;
-    pthread_getattr_default_np(&usual);
-    pthread_getattr_default_np(&huge);
-    pthread_attr_setstacksize(&huge, SIZE_MAX / 4 & ~static_cast<std::size_t>(0xFFFF));
-    TestWorker worker{Works()};
-    pthread_setattr_default_np(&huge);
-    const int result = worker.start();
-    pthread_setattr_default_np(&usual);
-    EXPECT_EQ(result, 0);
+TEST_F(Worker, ThreadThatCannotBeMadeFailsTheStartAndIsTornDownByStop) {
+    int teardowns = 0;
+    Works works;
+    works.teardown = [&] {
+        ++teardowns;
+        return 0;
+    };
+    TestWorker worker(works);
+    {
+        const ThreadCreation creation;
+        ThreadCreation::refuse();
+        EXPECT_EQ(worker.start(), 0);
+    }
     worker.updateHeartbeatName();
-    EXPECT_EQ(heartbeatStates(), (std::vector<std::uint32_t>{2}));
-    pthread_attr_destroy(&usual);
-    pthread_attr_destroy(&huge);
+    EXPECT_EQ(heartbeatStates(), std::vector<std::uint32_t>{2});
+    EXPECT_EQ(exceptionLog(), "");
+    EXPECT_EQ(worker.stop(), 1);
+    EXPECT_EQ(teardowns, 1);
 }
 
 TEST_F(Worker, CanBeStartedAgain) {
@@ -209,88 +206,6 @@ TEST_F(Worker, CanBeStartedAgain) {
         EXPECT_EQ(worker.stop(), 1);
         EXPECT_EQ(calls, run);
     }
-}
-
-TEST_F(Worker, EndsWhenTheSystemStops) {
-    TestWorker worker{Works()};
-    worker.start();
-    const StdoutCapture quiet;
-    setSystemRunningFlag(0, "test");
-    worker.waitForEnd();
-    EXPECT_EQ(worker.stop(), 1);
-}
-
-TEST_F(Worker, DoesNoCycleWorkWhenTheSystemHasStopped) {
-    const StdoutCapture quiet;
-    setSystemRunningFlag(0, "test");
-    int calls = 0;
-    Works works;
-    works.cycle = [&] { return ++calls; };
-    TestWorker worker(works);
-    EXPECT_EQ(worker.start(), 1);
-    worker.waitForEnd();
-    EXPECT_EQ(calls, 0);
-}
-
-TEST_F(Worker, IntervalZeroRunsCyclesBackToBack) {
-    int calls = 0;
-    Works works;
-    works.cycle = [&] {
-        ++calls;
-        return 0;
-    };
-    TestWorker worker(works);
-    worker.setCycleLimit(1000);
-    const auto start = steady_clock::now();
-    worker.start();
-    worker.waitForEnd();
-    EXPECT_EQ(calls, 1000);
-    EXPECT_LT(steady_clock::now() - start, milliseconds(900));
-}
-
-TEST_F(Worker, IntervalTwoRunsEveryThirdPassWithSecondsBetween) {
-    std::vector<steady_clock::time_point> calls;
-    Works works;
-    works.cycle = [&] {
-        calls.push_back(steady_clock::now());
-        return 0;
-    };
-    TestWorker worker(works);
-    worker.setCycleInterval(2);
-    worker.setCycleLimit(4);
-    worker.start();
-    worker.waitForEnd();
-    ASSERT_EQ(calls.size(), 2U);
-    EXPECT_GE(calls[1] - calls[0], milliseconds(1990));
-    EXPECT_LT(calls[1] - calls[0], milliseconds(2900));
-}
-
-TEST_F(Worker, LimitHoldsForOneRun) {
-    int calls = 0;
-    Works works;
-    works.cycle = [&] { return ++calls == 10 ? 1 : 0; };
-    TestWorker worker(works);
-    worker.setCycleLimit(3);
-    worker.start();
-    worker.waitForEnd();
-    EXPECT_EQ(calls, 3);
-    worker.start();
-    worker.waitForEnd();
-    EXPECT_EQ(calls, 10);
-}
-
-TEST_F(Worker, TimeOutOfAStopIs210Seconds) {
-    // Not waited for: a thread that ends late within it is not killed.
-    Works works;
-    works.cycle = [] {
-        sleepFor(1, 200000);
-        return 1;
-    };
-    TestWorker worker(works);
-    worker.start();
-    StdoutCapture capture;
-    EXPECT_EQ(worker.stop(), 1);
-    EXPECT_EQ(capture.text(), "");
 }
 
 TEST_F(Worker, DestructionOfARunningWorkerSaysSoAndTearsItDown) {
@@ -324,13 +239,35 @@ TEST_F(Worker, DestructionOfAStoppedWorkerSaysNothing) {
     EXPECT_EQ(exceptionLog(), "");
 }
 
-TEST_F(Worker, ExceptionLogIsMovedAsideAt10240Bytes) {
-    writeContent(device_paths::kThreadExceptionLog, std::string(10240, 'x'));
+TEST_F(Worker, DestructionOfAWorkerThatEndedTearsItDownWithoutAWord) {
+    int teardowns = 0;
+    Works works;
+    works.cycle = [] { return 1; };
+    works.teardown = [&] {
+        ++teardowns;
+        return 0;
+    };
+    StdoutCapture capture;
+    {
+        TestWorker worker(works);
+        worker.start();
+        worker.waitForEnd();
+    }
+    EXPECT_EQ(capture.text(), "");
+    EXPECT_EQ(exceptionLog(), "");
+    EXPECT_EQ(teardowns, 1);
+}
+
+TEST_F(Worker, ExceptionLogIsMovedAsideAt10240BytesAndNotBefore) {
+    const std::string log = "/mnt/mtd/log/ThreadException.log";
+    writeContent(log, std::string(10239, 'x'));
+    GThread::writeThreadException("fits");
+    EXPECT_EQ(withoutTimes(contentOf(log)), std::string(10239, 'x') + exceptionRecord("fits"));
+    writeContent(log, std::string(10240, 'x'));
     GThread::writeThreadException("new");
-    const std::string backup = std::string(device_paths::kThreadExceptionLog) + ".1";
-    EXPECT_EQ(exceptionLog(), exceptionRecord("new"));
-    EXPECT_EQ(contentOf(backup), std::string(10240, 'x'));
-    std::filesystem::remove(backup);
+    EXPECT_EQ(withoutTimes(contentOf(log)), exceptionRecord("new"));
+    EXPECT_EQ(contentOf(log + ".1"), std::string(10240, 'x'));
+    std::filesystem::remove(log + ".1");
 }
 
 }  // namespace
