@@ -1,15 +1,21 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "app/MCUHardwareWatchDog.h"
 #include "mcu/UpdateNote.h"
+#include "technic/DevicePaths.h"
 #include "technic/TimeUtil.h"
+#include "tests/app/FeedRequests.h"
 #include "tests/app/JobFolder.h"
 #include "tests/app/NoThreads.h"
+#include "tests/app/SleepHook.h"
 #include "tests/mcu/NoteFile.h"
 #include "tests/mcu/OutputCapture.h"
 #include "tests/mcu/PseudoTerminal.h"
@@ -20,6 +26,9 @@ constexpr char kOpened[] = "open(\"/dev/gpio_wtd\",O_WRONLY) success\n";
 constexpr char kStarted[] = "____start GThreadWatchdog thread\n";
 constexpr char kFed[] =
     "MCUHardwareWatchDog send GPIO_SET_WTD\nMCUHardwareWatchDog send GPIO_SET_WTD success\n";
+
+constexpr char kNotFed[] =
+    "MCUHardwareWatchDog send GPIO_SET_WTD\nMCUHardwareWatchDog send GPIO_SET_WTD error\n";
 
 // The feeds that the watchdog's driver has seen.
 long feedCount() {
@@ -43,8 +52,6 @@ class NoDescriptors {
     rlimit m_before{};
 };
 
-// Feeds come after 12, 24 and 36 seconds, and a little later on a busy machine: the tests look in
-// the middle between two.
 class WatchDog : public testing::Test {
   public:
     ~WatchDog() noexcept override = default;
@@ -55,35 +62,58 @@ class WatchDog : public testing::Test {
     MCUHardwareWatchDog watchdog;
 };
 
-TEST_F(WatchDog, HasSentNoFeedAfterFiveSeconds) {
-    const OutputCapture output(1);
+// Its thread has a time of its own.
+class SteppedWatchDog : public testing::Test {
+  public:
+    ~SteppedWatchDog() noexcept override = default;
+
+  protected:
+    void SetUp() override { UpdateNote::remove(); }
+    void TearDown() override { time.release(); }
+
+    SteppedTime time;
+    MCUHardwareWatchDog watchdog;
+};
+
+TEST_F(SteppedWatchDog, FeedsAfterTwelveAndTwentyFourSeconds) {
     EXPECT_EQ(watchdog.start(), 0);
-    sleepFor(5, 0);
-    watchdog.stop();
-    EXPECT_EQ(feedCount(), 0);
+    time.passTo(11);
     EXPECT_EQ(noteText(), kStarted);
-    EXPECT_EQ(output.text(), std::string(kOpened) + kStarted);
-}
-
-TEST_F(WatchDog, HasSentTwoFeedsAfterThirtySeconds) {
-    EXPECT_EQ(watchdog.start(), 0);
-    sleepFor(30, 0);
-    watchdog.stop();
-    EXPECT_EQ(feedCount(), 2);
+    time.passTo(12);
+    EXPECT_EQ(noteText(), std::string(kStarted) + kFed);
+    EXPECT_EQ(feedCount(), 1);
+    time.passTo(23);
+    EXPECT_EQ(feedCount(), 1);
+    time.passTo(25);
     EXPECT_EQ(noteText(), std::string(kStarted) + kFed + kFed);
+    EXPECT_EQ(feedCount(), 2);
 }
 
-TEST_F(WatchDog, IsClosedAndStillAfterItsStop) {
-    const std::size_t before = openDescriptorCount();
+class FailedFeed : public SteppedWatchDog, public testing::WithParamInterface<int> {};
+
+TEST_P(FailedFeed, IsToldAndTriedAgainWhenTheNextIsDue) {
     EXPECT_EQ(watchdog.start(), 0);
-    watchdog.stop();
-    EXPECT_FALSE(watchdog.isRunning());
-    EXPECT_LE(openDescriptorCount(), before + 1);  // the note stays open
-    sleepFor(15, 0);
-    EXPECT_EQ(feedCount(), 0);
+    {
+        const FeedRequests failing(GetParam());
+        time.passTo(23);
+        EXPECT_EQ(noteText(), std::string(kStarted) + kNotFed);
+        EXPECT_EQ(failing.count(), 1);
+    }
+    time.passTo(24);
+    EXPECT_EQ(noteText(), std::string(kStarted) + kNotFed + kFed);
 }
 
-TEST_F(WatchDog, RefusesASecondStartAndGoesOn) {
+INSTANTIATE_TEST_SUITE_P(Results, FailedFeed, testing::Values(-1, 1));
+
+TEST_F(SteppedWatchDog, GivesTheRequestNoArgument) {
+    const FeedRequests requests(0);
+    EXPECT_EQ(watchdog.start(), 0);
+    time.passTo(12);
+    EXPECT_EQ(requests.count(), 1);
+    EXPECT_EQ(requests.countWithArgument(), 0);
+}
+
+TEST_F(SteppedWatchDog, RefusesASecondStartAndGoesOn) {
     UpdateNote::log("");  // the note stays open from here on
     EXPECT_EQ(watchdog.start(), 0);
     const std::size_t before = openDescriptorCount();
@@ -95,9 +125,85 @@ TEST_F(WatchDog, RefusesASecondStartAndGoesOn) {
             std::string(kOpened) + "start GThreadWatchdog failed,\tGThreadWatchdog is running..\n");
     }
     EXPECT_EQ(openDescriptorCount(), before);
-    sleepFor(18, 0);
+    time.passTo(12);
     EXPECT_EQ(feedCount(), 1);
+}
+
+// The polls of the test's own thread are counted and skipped; the sleeps of another one last for
+// ever.
+class HungFeeder : public SleepHook {
+  public:
+    long beforeSleep(long milliseconds) override {
+        if (gettid() != m_owner) {
+            return kForEver;
+        }
+        if (milliseconds != kPollMilliseconds) {
+            return milliseconds;
+        }
+        ++m_polls;
+        return 0;
+    }
+
+    int polls() const { return m_polls; }
+
+  private:
+    static constexpr long kPollMilliseconds = 100;
+    static constexpr long kForEver = 24L * 3600 * 1000;
+
+    const pid_t m_owner = gettid();
+    int m_polls = 0;
+};
+
+TEST(WatchDogStop, KillsAThreadThatHasNotEndedWithinTwentySeconds) {
+    HungFeeder hung;
+    MCUHardwareWatchDog watchdog;
+    EXPECT_EQ(watchdog.start(), 0);
+    std::string printed;
+    {
+        const OutputCapture output(1);
+        watchdog.stop();
+        printed = output.text();
+    }
+    EXPECT_EQ(hung.polls(), 200);
+    EXPECT_FALSE(watchdog.isRunning());
+    EXPECT_NE(printed.find("!!!!!!!!!!!!kill thread(GThreadWatchdog,"), std::string::npos);
+}
+
+TEST_F(WatchDog, HasThePriorityOfAnOrdinaryThread) {
+    EXPECT_EQ(watchdog.getPriority(), 49);
+}
+
+TEST_F(WatchDog, OpensItsDeviceForWritingOnly) {
+    EXPECT_EQ(watchdog.start(), 0);
+    int flags = -1;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone) == device_paths::kWatchdogDevice) {
+            flags = fcntl(std::stoi(entry.path().filename()), F_GETFL);
+        }
+    }
+    ASSERT_NE(flags, -1);
+    EXPECT_EQ(flags & (O_ACCMODE | O_NONBLOCK), O_WRONLY);
+}
+
+TEST_F(WatchDog, HasSentNoFeedAfterFiveSeconds) {
+    const OutputCapture output(1);
+    EXPECT_EQ(watchdog.start(), 0);
+    sleepFor(5, 0);
     watchdog.stop();
+    EXPECT_EQ(feedCount(), 0);
+    EXPECT_EQ(noteText(), kStarted);
+    EXPECT_EQ(output.text(), std::string(kOpened) + kStarted);
+}
+
+TEST_F(WatchDog, IsClosedAndStillAfterItsStop) {
+    const std::size_t before = openDescriptorCount();
+    EXPECT_EQ(watchdog.start(), 0);
+    watchdog.stop();
+    EXPECT_FALSE(watchdog.isRunning());
+    EXPECT_LE(openDescriptorCount(), before + 1);  // the note stays open
+    sleepFor(15, 0);
+    EXPECT_EQ(feedCount(), 0);
 }
 
 TEST_F(WatchDog, CanBeStartedAgainAfterAStop) {
@@ -130,19 +236,9 @@ TEST_F(WatchDog, DoesNotStartAndHoldsNoDeviceWithoutAThread) {
         EXPECT_EQ(watchdog.start(), -12);
     }
     EXPECT_FALSE(watchdog.isRunning());
-    EXPECT_EQ(output.text(), std::string(kOpened) + "start GThreadWatchdog failed..\n");
+    EXPECT_EQ(output.text(), std::string(kOpened) + "no thread\nstart GThreadWatchdog failed..\n");
     EXPECT_EQ(noteText(), "start GThreadWatchdog failed..\n");
     EXPECT_EQ(openDescriptorCount(), before + 2);  // the capture's own two
-}
-
-TEST_F(WatchDog, GoesOnFeedingAfterAFailedFeed) {
-    ASSERT_EQ(setenv("DEVICE_SHIM_WATCHDOG", "fail", 1), 0);
-    EXPECT_EQ(watchdog.start(), 0);
-    sleepFor(30, 0);
-    watchdog.stop();
-    const std::string failed =
-        "MCUHardwareWatchDog send GPIO_SET_WTD\nMCUHardwareWatchDog send GPIO_SET_WTD error\n";
-    EXPECT_EQ(noteText(), kStarted + failed + failed);
 }
 
 TEST_F(WatchDog, CanBeStoppedWithoutAStart) {
