@@ -39,8 +39,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{20003, 3, {0xFE, 0x05, 0x05, 0x01, 0x03, 0x0E, 0xFF}},
                     Row{20006, 3, {0xFE, 0x06, 0x0B, 0x01, 0x03, 0x15, 0xFF}},
                     Row{20007, 3, {0xFE, 0x05, 0x03, 0x01, 0x03, 0x0C, 0xFF}},
+                    Row{20000, 0, {0xFE, 0x06, 0x01, 0x01, 0x00, 0x08, 0xFF}},
+                    Row{20000, 0xF7, {0xFE, 0x06, 0x01, 0x01, 0xF7, 0xFF, 0xFF}},
+                    Row{20001, 0xFE, {0xFE, 0x05, 0x01, 0x01, 0xFE, 0x05, 0xFF}},
                     Row{20000, 0xFF, {0xFE, 0x06, 0x01, 0x01, 0xFF, 0x07, 0xFF}},
                     Row{20001, 0xFF, {0xFE, 0x05, 0x01, 0x01, 0xFF, 0x06, 0xFF}},
+                    Row{20003, 0xFF, {0xFE, 0x05, 0x05, 0x01, 0xFF, 0x0A, 0xFF}},
+                    Row{20006, 0xFF, {0xFE, 0x06, 0x0B, 0x01, 0xFF, 0x11, 0xFF}},
+                    Row{20007, 0xFF, {0xFE, 0x05, 0x03, 0x01, 0xFF, 0x08, 0xFF}},
                     Row{20001, 0x1203, {0xFE, 0x05, 0x01, 0x01, 0x03, 0x0A, 0xFF}},
                     Row{20001, -1, {0xFE, 0x05, 0x01, 0x01, 0xFF, 0x06, 0xFF}}));
 
@@ -75,10 +81,31 @@ TEST(MCUCommand, NullRequestHasNoFrame) {
 
     EXPECT_FALSE(command->createCommand());
     EXPECT_EQ(command->getCommandBuf(), nullptr);
+    EXPECT_EQ(command->getCommandLen(), 0U);
 }
 
-TEST(MCUCommand, ResponsesAreNoRequests) {
-    EXPECT_FALSE(createRespCommand(21001)->createCommand());
+TEST(MCUCommand, NoResponseBuildsAFrame) {
+    for (const int id : {21000, 21001, 21002, 21003, 21004, 21005, 21006, 21009, 30001}) {
+        const SafePointer<MCUCommand> command = createRespCommand(id);
+
+        EXPECT_FALSE(command->createCommand()) << id;
+        EXPECT_EQ(command->getCommandBuf(), nullptr) << id;
+        EXPECT_EQ(command->getCommandLen(), 0U) << id;
+    }
+}
+
+TEST(MCUCommand, NoRequestParsesAReply) {
+    const unsigned char replies[][mcu_frame::kReceiveLength] = {
+        {0xFE, 0x06, 0x02, 0x03, 1, 2, 3, 0x11, 0xFF},
+        {0xFE, 0x05, 0x02, 0x01, 1, 0x09, 0xFF},
+        {0xFE, 0x05, 0x06, 0x01, 0, 0x0C, 0xFF},
+        {0xFE, 0x06, 0x0C, 0x01, 1, 0x14, 0xFF}};
+    for (const int id :
+         {20000, 20001, 20002, 20003, 20004, 20005, 20006, 20007, 20008, 20009, 30000}) {
+        for (const auto& reply : replies) {
+            EXPECT_FALSE(createReqCommand(id)->parseCommand(reply)) << id;
+        }
+    }
 }
 
 TEST(MCUCommand, BuiltAgainHasTheFrameOfTheNewTarget) {
@@ -98,6 +125,7 @@ TEST(MCUCommand, FrameOfNoPayloadAtAllIsRefused) {
     EXPECT_FALSE(command.makeFrame(nullptr, 4));
     EXPECT_FALSE(command.makeFrame(payload, -1));
     EXPECT_EQ(command.getCommandBuf(), nullptr);
+    EXPECT_EQ(command.getCommandLen(), 0U);
 }
 
 TEST(MCUCommand, FrameOfAnEmptyPayloadIsThreeBytes) {

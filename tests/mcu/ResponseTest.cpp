@@ -141,7 +141,9 @@ TEST_P(RefusedFrame, IsNotTheResponse) {
 
 INSTANTIATE_TEST_SUITE_P(WrongStart, RefusedFrame,
                          testing::Values(Row{21000, {0xFF, 0x06, 0x02, 0x03, 1, 2, 3, 0x11, 0xFF}},
-                                         Row{21001, {0x00, 0x05, 0x02, 0x01, 1, 0x09, 0xFF}}));
+                                         Row{21001, {0x00, 0x05, 0x02, 0x01, 1, 0x09, 0xFF}},
+                                         Row{21003, {0xFF, 0x05, 0x06, 0x01, 0, 0x0C, 0xFF}},
+                                         Row{21006, {0x7E, 0x06, 0x0C, 0x01, 1, 0x14, 0xFF}}));
 INSTANTIATE_TEST_SUITE_P(WrongGroup, RefusedFrame,
                          testing::Values(Row{21000, {0xFE, 0x05, 0x02, 0x03, 1, 2, 3, 0x10, 0xFF}},
                                          Row{21001, {0xFE, 0x06, 0x02, 0x01, 1, 0x0A, 0xFF}},
@@ -158,7 +160,8 @@ INSTANTIATE_TEST_SUITE_P(WrongLength, RefusedFrame,
                                              {0xFE, 0x06, 0x02, 0x04, 1, 2, 3, 4, 0x16, 0xFF}},
                                          Row{21001, {0xFE, 0x05, 0x02, 0x02, 1, 1, 0x0B, 0xFF}},
                                          Row{21001, {0xFE, 0x05, 0x02, 0x00, 0x07, 0xFF}},
-                                         Row{21003, {0xFE, 0x05, 0x06, 0x02, 0, 0, 0x0D, 0xFF}}));
+                                         Row{21003, {0xFE, 0x05, 0x06, 0x02, 0, 0, 0x0D, 0xFF}},
+                                         Row{21003, {0xFE, 0x05, 0x06, 0x00, 0x0B, 0xFF}}));
 INSTANTIATE_TEST_SUITE_P(NeverDecoded, RefusedFrame,
                          testing::Values(Row{21002,
                                              {0xFE, 0x01, 0x11, 0x04, 0, 0x0F, 0, 0, 0x25, 0xFF}},

@@ -5,11 +5,14 @@
 
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <thread>
 #include <vector>
 
 #include "mcu/UART.h"
+#include "tests/mcu/FullPort.h"
 #include "tests/mcu/LineStatus.h"
+#include "tests/mcu/OutputCapture.h"
 #include "tests/mcu/PseudoTerminal.h"
 
 namespace {
@@ -41,6 +44,7 @@ TEST_F(UartTransfer, ReadsWhatIsThere) {
     EXPECT_EQ(read(4, 1), 4);
 
     EXPECT_EQ(readBytes(4), (Bytes{0x00, 0x0D, 0x11, 0xFF}));
+    EXPECT_LT(took, milliseconds(500));
 }
 
 TEST_F(UartTransfer, ReadsNoMoreThanAskedFor) {
@@ -66,17 +70,19 @@ TEST_F(UartTransfer, ReadWithTimeoutZeroReadsOnlyOnce) {
     EXPECT_LT(took, milliseconds(400));
 }
 
-TEST_F(UartTransfer, ReadWithANegativeTimeoutWaitsForData) {
+TEST_F(UartTransfer, ReadWithANegativeTimeoutWaitsForDataInBothRounds) {
     std::thread peer([this] {
-        std::this_thread::sleep_for(milliseconds(700));
+        std::this_thread::sleep_for(milliseconds(600));
         line.send({7});
+        std::this_thread::sleep_for(milliseconds(600));
+        line.send({8});
     });
 
-    EXPECT_EQ(read(1, -1), 1);
+    EXPECT_EQ(read(2, -1), 2);
 
     peer.join();
-    EXPECT_EQ(buffer[0], 7);
-    EXPECT_GE(took, milliseconds(600));
+    EXPECT_EQ(readBytes(2), (Bytes{7, 8}));
+    EXPECT_GE(took, milliseconds(1100));
 }
 
 TEST_F(UartTransfer, ReadOfNothingReturnsZeroAtOnce) {
@@ -128,10 +134,45 @@ TEST_F(UartTransfer, TheSecondRoundWaitsOnlyWhatIsLeftOfTheTime) {
     EXPECT_LT(took, milliseconds(1500));
 }
 
-TEST_F(UartTransfer, ReadOfADeadLineReturns) {
+TEST_F(UartTransfer, ReadOfADeadLineReturnsAtOnce) {
     line.hangUp();
 
     EXPECT_EQ(read(4, 3), 0);
+
+    EXPECT_LT(took, milliseconds(500));
+}
+
+class UartInterruptedRead : public UartTransfer, public testing::WithParamInterface<Bytes> {};
+
+TEST_P(UartInterruptedRead, IsAFailureWhateverCameBefore) {
+    struct sigaction handled {};
+    struct sigaction before {};
+    handled.sa_handler = [](int) {};
+    ASSERT_EQ(sigaction(SIGUSR1, &handled, &before), 0);
+    line.send(GetParam());
+    std::thread peer([this, reader = pthread_self()] {
+        line.waitUntilReadByProduct();
+        std::this_thread::sleep_for(milliseconds(100));
+        (void)pthread_kill(reader, SIGUSR1);
+    });
+
+    EXPECT_EQ(read(4, 2), -1);
+
+    peer.join();
+    (void)sigaction(SIGUSR1, &before, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(InEitherRound, UartInterruptedRead, testing::Values(Bytes{}, Bytes{1, 2}));
+
+TEST(UartNoTerminal, AReadThatFailsIsAFailure) {
+    const OutputCapture errors(STDERR_FILENO);
+    UART uart;
+    ASSERT_FALSE(uart.open("/proc/self/mem"));  // open nevertheless, and its start cannot be read
+    unsigned char byte = 0;
+
+    EXPECT_EQ(uart.read(&byte, 1, 1), -1);
+
+    uart.close();
 }
 
 TEST(UartClosedTransfer, ReadAndWriteFail) {
@@ -139,6 +180,7 @@ TEST(UartClosedTransfer, ReadAndWriteFail) {
     unsigned char byte = 0;
 
     EXPECT_EQ(uart.read(&byte, 1, 0), -1);
+    EXPECT_EQ(uart.read(&byte, 0, 0), 0);
     EXPECT_EQ(uart.write(&byte, 1), -1);
 }
 
@@ -188,6 +230,43 @@ TEST_F(UartTransfer, WriteWithoutALineStatusFailsAlthoughTheBytesWentOut) {
 
     EXPECT_EQ(line.receive(3), bytes);
 }
+
+TEST_F(UartTransfer, WriteWaitsUntilTheTransmitterIsEmpty) {
+    const Bytes bytes = {1, 2, 3};
+    FullPort system;
+    system.busyAnswers = 2;
+
+    EXPECT_EQ(uart.write(bytes.data(), 3), 3);
+
+    EXPECT_EQ(system.calls, "write sync status sleep-1000 status sleep-1000 status ");
+    EXPECT_EQ(line.receive(3), bytes);
+}
+
+TEST_F(UartTransfer, WriteGoesOnAfterAPart) {
+    const Bytes bytes = {1, 2, 3, 4, 5};
+    FullPort system;
+    system.writeResults = {2, 1};
+
+    EXPECT_EQ(uart.write(bytes.data(), 5), 5);
+
+    EXPECT_EQ(system.calls, "write write write sync status ");
+    EXPECT_EQ(line.receive(5), bytes);
+}
+
+class UartStoppedWrite : public UartTransfer, public testing::WithParamInterface<ssize_t> {};
+
+TEST_P(UartStoppedWrite, KeepsTheCountOfWhatWentOut) {
+    const Bytes bytes = {1, 2, 3, 4, 5};
+    FullPort system;
+    system.writeResults = {2, 1, GetParam()};
+
+    EXPECT_EQ(uart.write(bytes.data(), 5), 3);
+
+    EXPECT_EQ(system.calls, "write write write sync status ");
+    EXPECT_EQ(line.received(), (Bytes{1, 2, 3}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, UartStoppedWrite, testing::Values(0, -1));
 
 TEST_F(UartTransfer, WriteOfNothingReturnsZero) {
     EXPECT_EQ(uart.write(nullptr, 0), 0);
