@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "technic/TickCount.h"
+
 namespace {
 
 constexpr long long kClockOffsetSeconds = 10000;
@@ -31,13 +33,10 @@ clock_t rawTicks() {
 }
 
 // Ticks since some moment in the past. The count of a 32-bit machine wraps (with some kernels five
-// minutes after boot), so it is carried on from the first value that this process has seen: only
-// differences are taken, and those as unsigned numbers.
+// minutes after boot), so it is carried on from the first value that this process has seen.
 long long ticksNow() {
     static const clock_t first = rawTicks();
-    const unsigned long passed =
-        static_cast<unsigned long>(rawTicks()) - static_cast<unsigned long>(first);
-    return static_cast<long long>(first) + static_cast<long long>(passed);
+    return carriedOnTicks(first, rawTicks());
 }
 
 }  // namespace

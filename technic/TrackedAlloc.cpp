@@ -9,24 +9,32 @@ namespace {
 // No object is larger; the allocator is not even asked for more.
 constexpr std::size_t kLargestSize = PTRDIFF_MAX;
 
-using Allocator = void* (*)(std::size_t size, const std::nothrow_t& tag);
+using Allocator = void* (*)(std::size_t size);
+
+void* takeSingle(std::size_t size) {
+    return ::operator new(size);
+}
+
+void* takeArray(std::size_t size) {
+    return ::operator new[](size);
+}
+
+void* takeOrNull(Allocator take, std::size_t size) {
+    try {
+        return size <= kLargestSize ? take(size) : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 
 // Null when there is no memory. noexcept, so that whatever else goes wrong ends the program.
 void* allocate(Allocator take, std::size_t size, const char* file, int line) noexcept {
     const std::size_t wanted = size == 0 ? 1 : size;
-    void* memory = wanted <= kLargestSize ? take(wanted, std::nothrow) : nullptr;
+    void* memory = takeOrNull(take, wanted);
     if (memory != nullptr) {
         allocHistory().record(memory, wanted, file, line);
     }
     return memory;
-}
-
-void* takeSingle(std::size_t size, const std::nothrow_t& tag) {
-    return ::operator new(size, tag);
-}
-
-void* takeArray(std::size_t size, const std::nothrow_t& tag) {
-    return ::operator new[](size, tag);
 }
 
 }  // namespace

@@ -1,55 +1,87 @@
 #include "technic/BufferedFile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-
-#include <cstring>
+#include <algorithm>
+#include <array>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
+#include "tests/technic/DeviceFolder.h"
 #include "tests/technic/MemoryFile.h"
+#include "tests/technic/SystemAnswers.h"
 
 namespace {
 
 constexpr unsigned kAppendOnly = BufferedFile::kWrite | BufferedFile::kAppend;
 
-// What a file that held "old" holds after "new" was written to it through `flags`.
-std::string contentAfterWriting(unsigned flags) {
-    const MemoryFile memory("old");
+// How the descriptor of `path` that this process holds is open; empty when it holds none.
+std::string accessTo(const std::string& path) {
+    for (int descriptor = 0; descriptor < 256; ++descriptor) {
+        std::error_code ignored;
+        const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+        if (std::filesystem::read_symlink(link, ignored) != path) {
+            continue;
+        }
+        const int flags = fcntl(descriptor, F_GETFL);
+        const int access = flags & O_ACCMODE;
+        const std::string end = (flags & O_APPEND) != 0 ? " at the end" : "";
+        return (access == O_RDONLY ? "reads" : access == O_WRONLY ? "writes" : "updates") + end;
+    }
+    return "";
+}
+
+// What opening with `flags` does, to a file that is there and to one that is missing.
+std::string opening(unsigned flags) {
+    const DeviceFolder folder;
+    const std::string present = folder.path("present");
+    const std::string missing = folder.path("missing");
+    writeContent(present, "old");
     BufferedFile file;
-    if (!file.open(memory.path().c_str(), flags)) {
-        return "refused";
-    }
-    if (file.write("new!", 4) != 4) {
-        return "not writable";
-    }
-    return file.close() == 0 ? memory.content() : "close failed";
+    std::string outcome = file.open(present.c_str(), flags) ? accessTo(present) : "refused";
+    outcome += contentOf(present) == "old" ? ", keeps" : ", empties";
+    const bool isOpen = file.open(missing.c_str(), flags);
+    EXPECT_EQ(isOpen, std::filesystem::exists(missing));
+    return outcome + (isOpen ? ", makes" : "");
 }
 
 struct ModeCase {
     unsigned flags;
+    // With the mode of fopen that it stands for.
     const char* outcome;
 };
 
+constexpr std::array<ModeCase, 8> kModes{{
+    {1, "reads, keeps"},                           // rb
+    {2 | 64, "writes, empties, makes"},            // wb
+    {2 | 32 | 64, "writes, empties, makes"},       // wb
+    {2, "writes at the end, keeps, makes"},        // ab
+    {2 | 32, "writes at the end, keeps, makes"},   // ab
+    {4, "updates, keeps"},                         // r+b
+    {4 | 32, "updates at the end, keeps, makes"},  // a+b
+    {4 | 32 | 64, "updates, empties, makes"},      // w+b
+}};
+
 class OpenMode : public testing::TestWithParam<ModeCase> {};
 
-TEST_P(OpenMode, DecidesWhatAWriteDoes) {
-    EXPECT_EQ(contentAfterWriting(GetParam().flags), GetParam().outcome);
+TEST_P(OpenMode, IsThatOfTheFlags) {
+    EXPECT_EQ(opening(GetParam().flags), GetParam().outcome);
 }
 
-INSTANTIATE_TEST_SUITE_P(Accepted, OpenMode,
-                         testing::Values(ModeCase{2 | 64, "new!"}, ModeCase{2 | 32 | 64, "new!"},
-                                         ModeCase{2, "oldnew!"}, ModeCase{34, "oldnew!"},
-                                         ModeCase{4, "new!"}, ModeCase{4 | 32, "oldnew!"},
-                                         ModeCase{4 | 32 | 64, "new!"}));
+INSTANTIATE_TEST_SUITE_P(Accepted, OpenMode, testing::ValuesIn(kModes));
 
-INSTANTIATE_TEST_SUITE_P(Refused, OpenMode,
-                         testing::Values(ModeCase{0, "refused"}, ModeCase{1 | 2, "refused"},
-                                         ModeCase{1 | 4, "refused"}, ModeCase{2 | 4, "refused"},
-                                         ModeCase{1 | 2 | 4, "refused"}, ModeCase{32, "refused"},
-                                         ModeCase{64, "refused"}, ModeCase{1 | 32, "refused"},
-                                         ModeCase{1 | 64, "refused"}, ModeCase{4 | 64, "refused"},
-                                         ModeCase{2 | 8, "refused"}));
+TEST(OpenModeOfAnyOtherFlags, IsRefusedAndTouchesNoFile) {
+    for (unsigned flags = 0; flags < 256; ++flags) {
+        const bool isAccepted =
+            std::any_of(kModes.begin(), kModes.end(),
+                        [flags](const ModeCase& row) { return row.flags == flags; });
+        if (!isAccepted) {
+            EXPECT_EQ(opening(flags), "refused, keeps") << flags;
+        }
+    }
+}
 
 TEST(OpenModeOfUpdate, OverwritesFromTheStart) {
     const MemoryFile memory("longer content");
@@ -142,6 +174,14 @@ TEST(BufferedFile, FlushHandsDataToTheSystem) {
     EXPECT_EQ(file.flush(), 0);
     EXPECT_EQ(file.size(), 5);
     EXPECT_EQ(memory.content(), "12345");
+}
+
+TEST(BufferedFile, SizeOfAFileWithoutStatusIsNotTold) {
+    const MemoryFile memory("12");
+    BufferedFile file;
+    ASSERT_TRUE(file.open(memory.path().c_str(), kAppendOnly));
+    const NoFileStatus refused;
+    EXPECT_EQ(file.size(), -1);
 }
 
 TEST(BufferedFile, IsClosedWhenTheObjectGoes) {

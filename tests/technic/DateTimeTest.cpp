@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -9,13 +12,21 @@ namespace {
 DateTime someMoment() {
     DateTime moment;
     moment.year = 2024;
-    moment.month = 3;
+    moment.month = 5;
     moment.dayOfWeek = 3;
-    moment.day = 6;
+    moment.day = 8;
     moment.hour = 7;
-    moment.minute = 8;
+    moment.minute = 6;
     moment.second = 9;
     return moment;
+}
+
+TEST(DateTimeRecord, HoldsSixteenBitPartsInOrder) {
+    const DateTime moment = someMoment();
+    std::array<std::uint16_t, 7> parts{};
+    ASSERT_EQ(sizeof(moment), sizeof(parts));
+    std::memcpy(parts.data(), &moment, sizeof(parts));
+    EXPECT_EQ(parts, (std::array<std::uint16_t, 7>{2024, 5, 3, 8, 7, 6, 9}));
 }
 
 struct LayoutCase {
@@ -30,12 +41,12 @@ TEST_P(FormatDateTime, GivesTheMomentInTheNamedLayout) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, FormatDateTime,
-                         testing::Values(LayoutCase{"YYYY-MM-DD hh:mm:ss", "2024-03-06 07:08:09"},
-                                         LayoutCase{"hh:mm:ss YYYY-MM-DD", "07:08:09 2024-03-06"},
-                                         LayoutCase{"MM/DD/YYYY hh:mm:ss", "03/06/2024 07:08:09"},
-                                         LayoutCase{"hh:mm:ss MM/DD/YYYY", "07:08:09 03/06/2024"},
+                         testing::Values(LayoutCase{"YYYY-MM-DD hh:mm:ss", "2024-05-08 07:06:09"},
+                                         LayoutCase{"hh:mm:ss YYYY-MM-DD", "07:06:09 2024-05-08"},
+                                         LayoutCase{"MM/DD/YYYY hh:mm:ss", "05/08/2024 07:06:09"},
+                                         LayoutCase{"hh:mm:ss MM/DD/YYYY", "07:06:09 05/08/2024"},
                                          LayoutCase{"weekday MM/DD/YYYY hh:mm:ss",
-                                                    "Wednesday 03/06/2024 07:08:09"},
+                                                    "Wednesday 05/08/2024 07:06:09"},
                                          LayoutCase{"YYYY/MM/DD", "ErrorFormat"},
                                          LayoutCase{"yyyy-mm-dd hh:mm:ss", "ErrorFormat"},
                                          LayoutCase{"", "ErrorFormat"}));

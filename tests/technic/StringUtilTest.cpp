@@ -1,5 +1,6 @@
 #include "technic/string_util.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -61,12 +62,36 @@ TEST(WideToUtf8, InvalidInputFailsAndLeavesTheDestination) {
     EXPECT_EQ(utf8, "former");
 }
 
-TEST(StringUtil, BufferIsATrackedAllocationOfFourBytesPerCharacterAndOneMore) {
-    std::wstring wide;
-    utf8ToWide("abc", wide);
+struct BufferCase {
+    const char* name;
+    void (*convertThreeCharacters)();
+};
+
+class ConversionBuffer : public testing::TestWithParam<BufferCase> {};
+
+TEST_P(ConversionBuffer, IsATrackedAllocationOfFourBytesForEachUnitAndOneMore) {
+    GetParam().convertThreeCharacters();
     StdoutCapture capture;
     dumpAllocHistory();
-    EXPECT_NE(capture.text().find("size=16,"), std::string::npos);
+    EXPECT_THAT(capture.text(),
+                testing::ContainsRegex("alloc in string_util.cpp line [0-9]+ size=16,"));
 }
+
+void convertToWide() {
+    std::wstring wide;
+    utf8ToWide("abc", wide);
+}
+
+void convertToUtf8() {
+    std::string utf8;
+    wideToUtf8(L"abc", utf8);
+}
+
+INSTANTIATE_TEST_SUITE_P(Directions, ConversionBuffer,
+                         testing::Values(BufferCase{"ToWide", convertToWide},
+                                         BufferCase{"ToUtf8", convertToUtf8}),
+                         [](const testing::TestParamInfo<BufferCase>& row) {
+                             return row.param.name;
+                         });
 
 }  // namespace

@@ -4,60 +4,17 @@
 #include <sys/times.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
-#include <cstdlib>
+#include <cstdint>
+#include <cstdio>
 #include <ctime>
-#include <string>
+
+#include "technic/TickCount.h"
+#include "tests/technic/FrozenClock.h"
+#include "tests/technic/SystemAnswers.h"
+#include "tests/technic/TimeZone.h"
 
 namespace {
-
-// Puts a time zone in force and the former one back.
-class TimeZone {
-  public:
-    explicit TimeZone(const char* zone) {
-        const char* former = std::getenv("TZ");
-        m_hadFormer = former != nullptr;
-        m_former = m_hadFormer ? former : "";
-        setenv("TZ", zone, 1);
-    }
-    ~TimeZone() {
-        if (m_hadFormer) {
-            setenv("TZ", m_former.c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
-        tzset();
-    }
-    TimeZone(const TimeZone&) = delete;
-    TimeZone& operator=(const TimeZone&) = delete;
-
-  private:
-    bool m_hadFormer = false;
-    std::string m_former;
-};
-
-std::string localTimeAs(const char* format) {
-    tzset();
-    const std::time_t now = std::time(nullptr);
-    std::array<char, 100> text{};
-    std::tm broken{};
-    localtime_r(&now, &broken);
-    (void)std::strftime(text.data(), text.size(), format, &broken);
-    return text.data();
-}
-
-// `take` is called again when the second changed meanwhile.
-template <class Take>
-void expectLocalTime(Take take, const char* format) {
-    std::string before;
-    std::string taken;
-    do {
-        before = localTimeAs(format);
-        taken = take();
-    } while (before != localTimeAs(format));
-    EXPECT_EQ(taken, before);
-}
 
 double millisecondsOf(void (*action)()) {
     const auto start = std::chrono::steady_clock::now();
@@ -67,38 +24,66 @@ double millisecondsOf(void (*action)()) {
     return taken.count();
 }
 
-double ticksInSeconds() {
-    tms unused{};
-    return static_cast<double>(times(&unused)) / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
-double wallSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
+// A moment of UTC whose parts all differ: 2024-05-08 06:07:09.
+constexpr std::int64_t kMoment = 1715148429;
 
 TEST(CurrentTimeString, CodeOneIsMonthFirst) {
-    expectLocalTime([] { return currentTimeString(1); }, "%m/%d/%Y %H:%M:%S");
+    const FixedWallClock clock("UTC0", kMoment);
+    EXPECT_EQ(currentTimeString(1), "05/08/2024 06:07:09");
 }
 
 TEST(CurrentTimeString, EveryOtherCodeIsYearFirst) {
+    const FixedWallClock clock("UTC0", kMoment);
     for (const int code : {-1, 0, 2, 3, 100}) {
-        expectLocalTime([code] { return currentTimeString(code); }, "%Y-%m-%d %H:%M:%S");
+        EXPECT_EQ(currentTimeString(code), "2024-05-08 06:07:09") << code;
     }
 }
 
-TEST(CurrentTimeString, FollowsAChangeOfTheTimeZone) {
-    const TimeZone east("XST-14");
-    expectLocalTime([] { return currentTimeString(2); }, "%Y-%m-%d %H:%M:%S");
+TEST(CurrentTimeString, IsLocalTimeAndFollowsAChangeOfTheZone) {
+    const FixedWallClock clock("CST-8", kMoment);
+    EXPECT_EQ(currentTimeString(2), "2024-05-08 14:07:09");
+    const TimeZone summer("EST5EDT,M3.2.0,M11.1.0");
+    EXPECT_EQ(currentTimeString(2), "2024-05-08 02:07:09");
 }
 
 TEST(MonotonicSeconds, AreWholeTickSecondsPlus10000) {
-    const double before = ticksInSeconds();
-    const long long seconds = monotonicSeconds();
-    const double after = ticksInSeconds();
-    EXPECT_GE(static_cast<double>(seconds), before - 1 + 10000);
-    EXPECT_LE(static_cast<double>(seconds), after + 10000);
+    const FrozenClock clock;
+    tms unused{};
+    const long long ticks = times(&unused);
+    EXPECT_EQ(monotonicSeconds(), ticks / sysconf(_SC_CLK_TCK) + 10000);
+    FrozenClock::advance(61);
+    EXPECT_EQ(monotonicSeconds(), ticks / sysconf(_SC_CLK_TCK) + 10061);
+}
+
+TEST(MonotonicSeconds, DoNotFollowTheWallClock) {
+    const FrozenClock clock;
+    const long long before = monotonicSeconds();
+    const FixedWallClock wall("UTC0", 0);
+    EXPECT_EQ(monotonicSeconds(), before);
+}
+
+struct TickCase {
+    std::int32_t first;
+    std::int32_t now;
+    long long ticks;
+};
+
+class TicksOf32Bits : public testing::TestWithParam<TickCase> {};
+
+TEST_P(TicksOf32Bits, AreCarriedOnPastTheirLargestNumber) {
+    EXPECT_EQ(carriedOnTicks(GetParam().first, GetParam().now), GetParam().ticks);
+}
+
+INSTANTIATE_TEST_SUITE_P(Counts, TicksOf32Bits,
+                         testing::Values(TickCase{100, 100, 100}, TickCase{100, 101, 101},
+                                         TickCase{-30000, -29999, -29999}, TickCase{-1, 0, 0},
+                                         TickCase{INT32_MAX, INT32_MIN, 2147483648},
+                                         TickCase{100, -1, 4294967295},
+                                         TickCase{100, 99, 4294967395}));
+
+TEST(TicksOf64Bits, AreTakenAsTheyAre) {
+    const std::int64_t first = 1;
+    EXPECT_EQ(carriedOnTicks(first, std::int64_t{4294967297}), 4294967297);
 }
 
 TEST(MonotonicSeconds, NeverRunBackwards) {
@@ -134,11 +119,29 @@ TEST(ClocksPerSecond, IsTheSystemsValue) {
     EXPECT_EQ(clocksPerSecond(), clocksPerSecond());
 }
 
+TEST(ClocksPerSecond, AreAskedForOnce) {
+    const long first = clocksPerSecond();
+    const NoSystemConstants refused;
+    EXPECT_EQ(clocksPerSecond(), first);
+}
+
+TEST(ClocksPerSecondDeathTest, ThatTheSystemDoesNotTellAreAnError) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto askWithoutAnswer = [] {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        const NoSystemConstants refused;
+        const long answer = clocksPerSecond();
+        std::fflush(stdout);
+        _exit(answer == -1 ? 0 : 1);
+    };
+    EXPECT_EXIT(askWithoutAnswer(), testing::ExitedWithCode(0), "time error\n$");
+}
+
 TEST(SecondsSinceBoot, AreTicksInSeconds) {
-    const double before = ticksInSeconds();
-    const double seconds = secondsSinceBoot();
-    EXPECT_GE(seconds, before);
-    EXPECT_LE(seconds, ticksInSeconds());
+    const FrozenClock clock;
+    tms unused{};
+    const auto ticks = static_cast<double>(times(&unused));
+    EXPECT_DOUBLE_EQ(secondsSinceBoot(), ticks / static_cast<double>(sysconf(_SC_CLK_TCK)));
 }
 
 struct ZoneCase {
@@ -155,26 +158,31 @@ TEST_P(TimeZoneHours, ArePositiveInTheEast) {
 
 INSTANTIATE_TEST_SUITE_P(Zones, TimeZoneHours,
                          testing::Values(ZoneCase{"UTC0", 0.0}, ZoneCase{"CST-8", 8.0},
-                                         ZoneCase{"IST-5:30", 5.5}, ZoneCase{"EST5", -5.0}));
+                                         ZoneCase{"IST-5:30", 5.5}, ZoneCase{"EST5", -5.0},
+                                         ZoneCase{"CET-1CEST,0/0,J365/25", 1.0}));
 
-TEST(LocalClock, IsTheWallClockMovedByTheZone) {
-    for (const ZoneCase& zoneCase : {ZoneCase{"CST-8", 28800}, ZoneCase{"LMT0:25:21", -1521}}) {
-        const TimeZone zone(zoneCase.zone);
-        const double before = wallSeconds();
-        const auto local = static_cast<double>(localClockMicroseconds()) / 1e6;
-        const double after = wallSeconds();
-        EXPECT_GE(local, before + zoneCase.hours - 0.001) << zoneCase.zone;
-        EXPECT_LE(local, after + zoneCase.hours + 0.001) << zoneCase.zone;
-    }
+struct LocalClockCase {
+    const char* zone;
+    std::int64_t offsetSeconds;
+};
+
+class LocalClock : public testing::TestWithParam<LocalClockCase> {
+  protected:
+    const FixedWallClock m_clock{GetParam().zone, kMoment, 123456};
+    const std::int64_t m_seconds = kMoment + GetParam().offsetSeconds;
+};
+
+TEST_P(LocalClock, IsTheWallClockMovedByTheZone) {
+    EXPECT_EQ(localClockMicroseconds(), m_seconds * 1000000 + 123456);
 }
 
-TEST(LocalClock, InSecondsIsTheSameClock) {
-    const TimeZone zone("CST-8");
-    const double before = static_cast<double>(localClockMicroseconds()) / 1e6;
-    const double seconds = localClockSeconds();
-    const double after = static_cast<double>(localClockMicroseconds()) / 1e6;
-    EXPECT_GE(seconds, before);
-    EXPECT_LE(seconds, after);
+TEST_P(LocalClock, InSecondsIsTheSameClock) {
+    EXPECT_DOUBLE_EQ(localClockSeconds(), static_cast<double>(m_seconds) + 0.123456);
 }
+
+INSTANTIATE_TEST_SUITE_P(Zones, LocalClock,
+                         testing::Values(LocalClockCase{"UTC0", 0}, LocalClockCase{"CST-8", 28800},
+                                         LocalClockCase{"LMT0:25:21", -1521},
+                                         LocalClockCase{"CET-1CEST,0/0,J365/25", 3600}));
 
 }  // namespace

@@ -1,12 +1,17 @@
 #include "technic/TrackedAlloc.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <future>
 #include <memory>
+#include <new>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -14,7 +19,7 @@
 
 #include "technic/AllocHistory.h"
 #include "technic/SourceLocation.h"
-#include "technic/ThreadId.h"
+#include "tests/technic/BlockedStdout.h"
 #include "tests/technic/StdoutCapture.h"
 
 namespace {
@@ -64,14 +69,40 @@ TEST(AllocHistory, KeepsEntriesInTheOrderOfAllocation) {
     EXPECT_EQ(dumpOf(history).substr(0, expected.size()), expected);
 }
 
-TEST(AllocHistory, The101stEntryOverwritesTheFirst) {
+TEST(AllocHistory, The101stEntryOverwritesTheFirstAndIsDumpedInItsPlace) {
     AllocHistory history;
     for (int i = 1; i <= 101; ++i) {
         history.record(nullptr, 1, "Ring.cpp", i);
     }
-    EXPECT_EQ(history.entry(0).line, 101);
-    EXPECT_EQ(history.entry(1).line, 2);
-    EXPECT_EQ(history.entry(99).line, 100);
+    std::string expected = dumpStart();
+    for (int i = 1; i <= 100; ++i) {
+        const int line = i == 1 ? 101 : i;
+        expected += dumpedLine(nullptr, "Ring.cpp line " + std::to_string(line) + " size=1");
+    }
+    EXPECT_EQ(dumpOf(history), expected);
+}
+
+TEST(AllocHistory, NamesTheThreadThatAllocatedAndTheThreadThatDumps) {
+    AllocHistory history;
+    std::string expected = dumpStart();
+    std::thread([&] {
+        history.record(nullptr, 1, "Thread.cpp", 3);
+        expected += dumpedLine(nullptr, "Thread.cpp line 3 size=1");
+    }).join();
+    EXPECT_EQ(dumpOf(history).substr(0, expected.size()), expected);
+}
+
+TEST(AllocHistory, AllocationsDoNotWaitForADump) {
+    AllocHistory history;
+    BlockedStdout output;
+    std::thread dumper([&] { history.dump(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    auto allocation =
+        std::async(std::launch::async, [&] { history.record(nullptr, 1, "Free.cpp", 1); });
+    const bool isDone = allocation.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    output.release();
+    dumper.join();
+    EXPECT_TRUE(isDone);
 }
 
 TEST(TrackedAlloc, RemembersWhereItWasAskedFor) {
@@ -100,6 +131,13 @@ TEST(TrackedAlloc, SizeZeroIsTakenAsOne) {
     EXPECT_NE(dumpedHistory().find(dumpedLine(memory, "Zero.cpp line 6 size=1")),
               std::string::npos);
     ::operator delete(memory);
+}
+
+TEST(TrackedAlloc, ArrayOfNothingIsTakenAsOneByte) {
+    const std::unique_ptr<char[]> memory(new ("Zero.cpp", 7) char[0]);
+    ASSERT_NE(memory, nullptr);
+    EXPECT_NE(dumpedHistory().find(dumpedLine(memory.get(), "Zero.cpp line 7 size=1")),
+              std::string::npos);
 }
 
 TEST(TrackedAlloc, The101stAllocationOverwritesTheFirst) {
@@ -134,6 +172,23 @@ TEST(TrackedAlloc, KdBadAllocIsAStandardAllocationFailure) {
     }
 }
 
+[[noreturn]] void refuseMemory() {
+    throw std::logic_error("refused");
+}
+
+TEST(TrackedAllocDeathTest, AnyOtherExceptionInItEndsTheProgram) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto withoutMemory = [](auto allocate) {
+        std::set_new_handler(refuseMemory);
+        allocate(static_cast<std::size_t>(PTRDIFF_MAX));
+    };
+    const auto single = [](std::size_t size) { (void)::operator new(size, KD_HERE); };
+    const auto array = [](std::size_t size) { (void)::operator new[](size, KD_HERE); };
+    // A sanitizer ends the program by itself.
+    EXPECT_DEATH(withoutMemory(single), "refused|Sanitizer");
+    EXPECT_DEATH(withoutMemory(array), "refused|Sanitizer");
+}
+
 struct ThrowsInConstructor {
     ThrowsInConstructor() { throw std::logic_error("refused"); }
 };
@@ -147,21 +202,55 @@ TEST(TrackedAlloc, WorksBeforeMain) {
     EXPECT_EQ(*allocatedBeforeMain, 7);
 }
 
-TEST(TrackedAlloc, ThreadsAllocateAndDumpAtTheSameTime) {
+std::vector<std::string> linesOf(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(TrackedAlloc, DumpsStayWholeWhileThreadsAllocateAndDump) {
+    constexpr std::size_t kDumpers = 3;
+    constexpr std::size_t kDumpsOfEach = 10;
+    constexpr std::size_t kLinesOfADump = 102;
     std::vector<std::thread> threads;
     StdoutCapture capture;
-    for (int i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < 5; ++i) {
         threads.emplace_back([] {
-            for (int round = 1; round <= 300; ++round) {
+            for (int round = 1; round <= 2000; ++round) {
                 const std::unique_ptr<int> object(new (KD_HERE) int(round));
             }
         });
     }
-    threads.emplace_back([] { dumpAllocHistory(); });
+    for (std::size_t i = 0; i < kDumpers; ++i) {
+        threads.emplace_back([] {
+            for (std::size_t dump = 0; dump < kDumpsOfEach; ++dump) {
+                dumpAllocHistory();
+            }
+        });
+    }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(capture.text().substr(0, 13), "Mem History:\n");
+    const testing::Matcher<std::string> isEntry = testing::MatchesRegex(
+        "Latest newed Mem:address\\(0x[0-9a-f]{8}\\),alloc in .+ line [0-9]+ size=[0-9]+,"
+        "pid=[0-9]+");
+    const std::vector<std::string> lines = linesOf(capture.text());
+    ASSERT_EQ(lines.size(), kDumpers * kDumpsOfEach * kLinesOfADump);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        switch (i % kLinesOfADump) {
+            case 0:
+                ASSERT_EQ(lines[i], "Mem History:");
+                break;
+            case 1:
+                ASSERT_THAT(lines[i], testing::StartsWith("\tFailed threadId="));
+                break;
+            default:
+                ASSERT_TRUE(isEntry.Matches(lines[i])) << lines[i];
+        }
+    }
 }
 
 }  // namespace
