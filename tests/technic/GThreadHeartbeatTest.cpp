@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "technic/GThread.h"
 #include "tests/technic/FrozenClock.h"
+#include "tests/technic/InstantSleep.h"
 #include "tests/technic/WorkerFixture.h"
 
 namespace {
@@ -120,38 +123,76 @@ TEST_F(WorkerHeartbeat, LeavesNoDescriptorOpen) {
     EXPECT_EQ(descriptors, std::vector<int>{next});
 }
 
-TEST_F(WorkerHeartbeat, LastOneIsTriedThreeTimes) {
+// A worker whose pipe is full when a heartbeat is due. Each try fails after two pauses.
+class LateHeartbeat : public WorkerHeartbeat {
+  protected:
+    static std::string failures(int count) {
+        std::string text;
+        for (int i = 0; i < count; ++i) {
+            text += "send GThreadInfo'data error,dataLength = 26,but send length = 0\n";
+        }
+        return text;
+    }
+    // The printed lines but those of the channel, which name its descriptor.
+    static std::string withoutChannel(const std::string& printed) {
+        std::istringstream lines(printed);
+        std::string kept;
+        for (std::string line; std::getline(lines, line);) {
+            kept += line.rfind("send data error, ", 0) == 0 ? "" : line + "\n";
+        }
+        return kept;
+    }
+    void refill() {
+        m_pipe.take();
+        m_pipe.fill();
+    }
+    // One pass, at the end of which the pipe is full.
+    Works fillingPass() {
+        Works works;
+        works.cycle = [this] {
+            refill();
+            return 1;
+        };
+        return works;
+    }
+};
+
+TEST_F(LateHeartbeat, FirstOneIsTriedOnce) {
     Works works;
     works.cycle = [this] {
         m_pipe.take();
-        m_pipe.fill();
         return 1;
     };
     TestWorker worker(works);
+    refill();
     StdoutCapture capture;
+    const InstantSleep instant;
     runOnce(worker);
-    const std::string text = capture.text();
-    const std::string failure = "send GThreadInfo'data error,dataLength = 26,but send length = 0\n";
-    int failures = 0;
-    for (auto at = text.find(failure); at != std::string::npos; at = text.find(failure, at + 1)) {
-        ++failures;
-    }
-    EXPECT_EQ(failures, 3);
+    EXPECT_EQ(InstantSleep::taken(), std::vector<long>(2, 500));
+    EXPECT_EQ(withoutChannel(capture.text()), failures(1));
+    EXPECT_EQ(heartbeatStates(), States{2});
 }
 
-TEST_F(WorkerHeartbeat, LastOneIsTriedUntilItGoesOut) {
-    Works works;
-    works.cycle = [this] {
-        m_pipe.take();
-        m_pipe.fill();
-        return 1;
-    };
-    TestWorker worker(works);
-    const StdoutCapture quiet;
-    worker.start();
-    sleepFor(1, 250000);
-    m_pipe.take();
-    worker.stop();
+TEST_F(LateHeartbeat, LastOneIsTriedThreeTimes) {
+    TestWorker worker(fillingPass());
+    StdoutCapture capture;
+    const InstantSleep instant;
+    runOnce(worker);
+    EXPECT_EQ(InstantSleep::taken(), std::vector<long>(6, 500));
+    EXPECT_EQ(withoutChannel(capture.text()), failures(3));
+}
+
+TEST_F(LateHeartbeat, LastOneIsTriedUntilItGoesOut) {
+    TestWorker worker(fillingPass());
+    StdoutCapture capture;
+    const InstantSleep instant([this](std::size_t sleeps) {
+        if (sleeps == 3) {
+            m_pipe.take();
+        }
+    });
+    runOnce(worker);
+    EXPECT_EQ(InstantSleep::taken(), std::vector<long>(3, 500));
+    EXPECT_EQ(withoutChannel(capture.text()), failures(1));
     EXPECT_EQ(heartbeatStates(), States{2});
 }
 
@@ -194,6 +235,32 @@ INSTANTIATE_TEST_SUITE_P(Passes, HeartbeatSpacing,
                                          SpacingCase{{61, 60}, 1}, SpacingCase{{61, 61}, 2},
                                          SpacingCase{{200}, 1}, SpacingCase{{60, 1, 60, 1}, 2}));
 
+TEST_F(WorkerHeartbeat, ThatFailedIsNotDueAgainBefore61Seconds) {
+    const FrozenClock clock;
+    int passes = 0;
+    Works works;
+    works.cycle = [&] {
+        // The reader misses the second heartbeat, not the third.
+        ++passes;
+        passes == 1 ? m_pipe.hangUp() : m_pipe.reopen();
+        FrozenClock::advance(passes == 2 ? 60 : 61);
+        return 0;
+    };
+    TestWorker worker(works);
+    worker.setCycleLimit(2);
+    runOnce(worker);
+    EXPECT_EQ(heartbeatStates(), States{2});
+}
+
+TEST_F(WorkerHeartbeat, GoesIntoTheOnePipeOfAllWorkers) {
+    TestWorker worker(onePass());
+    const Pipe other(m_folder.path("other"));
+    GThread::setThreadFifoName(other.path().c_str());
+    worker.updateHeartbeatName();
+    EXPECT_EQ(heartbeatsIn(other.take()).size(), 1U);
+    EXPECT_TRUE(heartbeats().empty());
+}
+
 TEST_F(WorkerHeartbeat, PipeNameMayHave127Characters) {
     std::string path = m_folder.path("");
     path += std::string(127 - path.size(), 'p');
@@ -205,7 +272,7 @@ TEST_F(WorkerHeartbeat, PipeNameMayHave127Characters) {
 }
 
 TEST_F(WorkerHeartbeat, EmptyPipeNameIsReplacedByTheDevicesOwn) {
-    const Pipe devices(device_paths::kHeartbeatPipe);
+    const Pipe devices("/hd1/program/bin/threadchannel");
     GThread::setThreadFifoName("");
     TestWorker worker(onePass());
     worker.updateHeartbeatName();
@@ -218,12 +285,13 @@ constexpr char kAssertion[] =
 
 TEST_F(WorkerHeartbeatDeathTest, PipeNameOf128CharactersEndsTheProgram) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(GThread::setThreadFifoName(std::string(128, 'p').c_str()), kAssertion);
+    EXPECT_EXIT(GThread::setThreadFifoName(std::string(128, 'p').c_str()),
+                testing::KilledBySignal(SIGABRT), kAssertion);
 }
 
 TEST_F(WorkerHeartbeatDeathTest, NullPipeNameEndsTheProgram) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(GThread::setThreadFifoName(nullptr), kAssertion);
+    EXPECT_EXIT(GThread::setThreadFifoName(nullptr), testing::KilledBySignal(SIGABRT), kAssertion);
 }
 
 }  // namespace

@@ -5,11 +5,13 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "technic/GThread.h"
 #include "technic/KdMutex.h"
 #include "technic/LogFile.h"
 #include "technic/ThreadInfoManager.h"
+#include "tests/technic/InstantSleep.h"
 #include "tests/technic/WorkerFixture.h"
 
 namespace {
@@ -62,17 +64,6 @@ TEST_F(HungWorker, InSelectIsKilledAndTornDown) {
     EXPECT_EQ(heartbeatStates(), (std::vector<std::uint32_t>{1}));
     EXPECT_EQ(getSystemRunningFlag(), 1);
     EXPECT_EQ(exceptionLog(), "");
-}
-
-TEST_F(HungWorker, KillIsRecorded) {
-    killIn([]() -> int {
-        hang();
-        return 0;
-    });
-    const std::string text = withoutTimes(m_capture.text());
-    EXPECT_EQ(text.substr(0, text.find("thread(worker,")),
-              "Logger is not inition,TIME,[KilledThread] worker,in KdThread.cpp,line 156\n"
-              "!!!!!!!!!!!!kill ");
 }
 
 TEST_F(HungWorker, GivesBackTheMutexThatItHolds) {
@@ -177,19 +168,59 @@ TEST_F(HungWorker, CanBeStartedAgainAfterItWasKilled) {
     EXPECT_EQ(worker.stop(), 1);
 }
 
-TEST_F(HungWorker, IsKilledAfterOneSecondWhenTheSystemStops) {
-    Works works;
-    works.cycle = [this] {
-        m_entered = true;
-        hang();
-        return 0;
-    };
-    TestWorker worker(works);
-    worker.start();
-    waitFor(m_entered);
-    setSystemRunningFlag(0, "test");
-    EXPECT_EQ(worker.stop(), 1);
-    EXPECT_FALSE(worker.isRunning());
+// Waits until the worker hangs, and stops it.
+class HungWorkersStop : public HungWorker {
+  protected:
+    void stopWhenItHangs(TestWorker& worker) {
+        worker.start();
+        waitFor(m_entered);
+        EXPECT_EQ(worker.stop(), 1);
+        EXPECT_FALSE(worker.isRunning());
+    }
+    // What was printed, but for the ids at its end.
+    std::string printed() {
+        const std::string text = withoutTimes(m_capture.text());
+        return text.substr(0, text.find("thread(worker,"));
+    }
+    Works hanging() {
+        Works works;
+        works.cycle = [this] {
+            m_entered = true;
+            hang();
+            return 0;
+        };
+        return works;
+    }
+};
+
+TEST_F(HungWorkersStop, Waits210SecondsAndRecordsTheKill) {
+    TestWorker worker(hanging());
+    const InstantSleep instant;
+    stopWhenItHangs(worker);
+    EXPECT_EQ(InstantSleep::taken(), std::vector<long>(2100, 100));
+    EXPECT_EQ(printed(),
+              "Logger is not inition,TIME,[KilledThread] worker,in KdThread.cpp,line 156\n"
+              "!!!!!!!!!!!!kill ");
+}
+
+TEST_F(HungWorkersStop, WaitsTheTimeOutThatWasSet) {
+    TestWorker worker(hanging());
+    worker.setTimeout(300);
+    const InstantSleep instant;
+    stopWhenItHangs(worker);
+    EXPECT_EQ(InstantSleep::taken(), std::vector<long>(3000, 100));
+}
+
+TEST_F(HungWorkersStop, WaitsOneSecondWhenTheSystemStopsAndRecordsNothing) {
+    TestWorker worker(hanging());
+    const InstantSleep instant([](std::size_t sleeps) {
+        if (sleeps == 1) {
+            setSystemRunningFlag(0, "test");
+        }
+    });
+    stopWhenItHangs(worker);
+    EXPECT_EQ(InstantSleep::taken(), (std::vector<long>{100, 1000}));
+    EXPECT_EQ(printed(), stopBanner("0", "test") + "!!!!!!!!!!!!kill ");
 }
 
 }  // namespace
