@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -53,6 +54,18 @@ TEST(FileLock, ExclusiveLockCoversTheFirstByteOnly) {
     EXPECT_EQ(lockSeenByOthers(file.fd(), 0), F_WRLCK);
     EXPECT_EQ(lockSeenByOthers(file.fd(), 1), F_UNLCK);
     lock.unlock(KD_HERE);
+}
+
+TEST(FileLock, CoversTheFirstByteWhereverTheFileIsReadOrWritten) {
+    const MemoryFile file("content");
+    FileLock lock(file.fd(), kExclusive);
+    lseek(file.fd(), 5, SEEK_SET);
+    lock.lock(KD_HERE);
+    EXPECT_EQ(lockSeenByOthers(file.fd(), 0), F_WRLCK);
+    EXPECT_EQ(lockSeenByOthers(file.fd(), 5), F_UNLCK);
+    lseek(file.fd(), 3, SEEK_SET);
+    lock.unlock(KD_HERE);
+    EXPECT_EQ(lockSeenByOthers(file.fd(), 0), F_UNLCK);
 }
 
 TEST(FileLock, KindTwoIsShared) {
@@ -163,14 +176,16 @@ void onInterruption(int) {
     }
 }
 
-// Interrupts system calls of this thread 0.2 and 1.5 seconds after its construction.
+using Clock = std::chrono::steady_clock;
+
+// Interrupts system calls of this thread 0.1 and 1.3 seconds after its construction.
 class Interrupter {
   public:
     Interrupter() {
         struct sigaction action {};
         action.sa_handler = onInterruption;
         sigaction(SIGALRM, &action, nullptr);
-        const itimerval times{{1, 300000}, {0, 200000}};
+        const itimerval times{{1, 200000}, {0, 100000}};
         setitimer(ITIMER_REAL, &times, nullptr);
     }
     ~Interrupter() {
@@ -182,15 +197,18 @@ class Interrupter {
     Interrupter& operator=(const Interrupter&) = delete;
 };
 
-TEST(FileLock, InterruptedLockSaysSoAndTriesAgainUntilItSucceeds) {
+TEST(FileLock, InterruptedLockSaysSoAndTriesAgainASecondLaterUntilItSucceeds) {
     const MemoryFile file;
     const LockHolder holder(file.fd());
     FileLock lock(file.fd(), kExclusive);
     StdoutCapture capture;
+    const Clock::time_point start = Clock::now();
     {
         const Interrupter interrupter;
         EXPECT_EQ(lock.lock(KD_HERE), 0);
     }
+    // The second interruption, after which the lock is free, and the second's rest that it costs.
+    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(1300 + 1000 - 20));
     EXPECT_EQ(capture.text(), "lock wait\nlock wait\n");
     EXPECT_EQ(interruptions, 2);
     lock.unlock(KD_HERE);

@@ -40,6 +40,27 @@ TEST(KdMutexIDAlloc, The321stIdGrowsTheTableByTenWords) {
     EXPECT_EQ(ids.allocate(), 321U);
 }
 
+TEST(KdMutexIDAlloc, TableGrowsByTenWordsEveryTime) {
+    KdMutexIDAlloc ids;
+    for (std::uint32_t i = 0; i < 640; ++i) {
+        ASSERT_EQ(ids.allocate(), i);
+    }
+    EXPECT_EQ(ids.allocate(), 640U);
+    EXPECT_EQ(ids.wordCount(), 30U);
+}
+
+TEST(KdMutexIDAlloc, TableNeverShrinks) {
+    KdMutexIDAlloc ids;
+    for (int i = 0; i < 321; ++i) {
+        ids.allocate();
+    }
+    for (std::uint32_t id = 0; id < 321; ++id) {
+        ids.free(id);
+    }
+    EXPECT_EQ(ids.wordCount(), 20U);
+    EXPECT_EQ(ids.allocate(), 0U);
+}
+
 TEST(KdMutexIDAlloc, IdsInUseSurviveGrowth) {
     KdMutexIDAlloc ids;
     for (int i = 0; i < 321; ++i) {

@@ -1,18 +1,22 @@
 #include "technic/KdMutex.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/time.h>
 
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "technic/KdMutexChecker.h"
+#include "technic/KdMutexIDAlloc.h"
+#include "tests/technic/CellInspection.h"
 #include "tests/technic/StdoutCapture.h"
 
 namespace {
@@ -26,10 +30,10 @@ std::string runtimeErrorOf(const std::function<void()>& action) {
     return "nothing thrown";
 }
 
-std::string notInitialised(const KdMutex& mutex, const std::string& rest) {
+std::string notInitialised(const KdMutex& mutex, const std::string& rest, const char* key = "0") {
     std::array<char, 64> start{};
-    (void)std::snprintf(start.data(), start.size(), "Mutex(0x%x) not initialized(Key=0),",
-                        static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(&mutex)));
+    (void)std::snprintf(start.data(), start.size(), "Mutex(0x%x) not initialized(Key=%s),",
+                        static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(&mutex)), key);
     return start.data() + rest;
 }
 
@@ -62,42 +66,30 @@ class RecordingChecker : public IKdMutexChecker {
     }
 };
 
-// Whether another thread finds the mutex's cell taken. The thread is left waiting until then.
-class Contender {
-  public:
-    explicit Contender(KdMutex& mutex)
-        : m_thread([this, &mutex] {
-              mutex.cell().lock();
-              m_entered = true;
-              mutex.cell().unlock();
-          }) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    ~Contender() { m_thread.join(); }
-    Contender(const Contender&) = delete;
-    Contender& operator=(const Contender&) = delete;
-
-    bool entered() const { return m_entered; }
-
-  private:
-    std::atomic<bool> m_entered{false};
-    std::thread m_thread;
-};
-
-TEST(KdMutex, LocksAndUnlocks) {
+TEST(KdMutex, HoldsItsCellFromLockToUnlock) {
     KdMutex mutex;
+    EXPECT_EQ(mutex.cell().valid(), 0x55AA55AAU);
     EXPECT_EQ(mutex.lock(KD_HERE), 0);
+    EXPECT_TRUE(isHeld(mutex.cell()));
     EXPECT_EQ(mutex.unlock(KD_HERE), 0);
+    EXPECT_FALSE(isHeld(mutex.cell()));
 }
 
-TEST(KdMutex, LockKeepsOtherThreadsOut) {
-    KdMutex mutex;
-    mutex.lock(KD_HERE);
-    {
-        const Contender contender(mutex);
-        EXPECT_FALSE(contender.entered());
-        mutex.unlock(KD_HERE);
-    }
+void endProcessAfter100Milliseconds() {
+    const itimerval once{{0, 0}, {0, 100000}};
+    setitimer(ITIMER_REAL, &once, nullptr);
+}
+
+TEST(KdMutexDeathTest, ThreadThatLocksAMutexItHoldsWaitsForEver) {
+    EXPECT_EXIT(
+        {
+            KdMutex mutex;
+            mutex.lock(KD_HERE);
+            endProcessAfter100Milliseconds();
+            mutex.lock(KD_HERE);
+            std::_Exit(0);
+        },
+        testing::KilledBySignal(SIGALRM), "");
 }
 
 TEST(KdMutex, LockOfADestroyedCellThrowsAndNamesTheCaller) {
@@ -112,6 +104,16 @@ TEST(KdMutex, UnlockOfADestroyedCellThrowsAndNamesTheCaller) {
     mutex.cell().destroy();
     EXPECT_EQ(runtimeErrorOf([&] { mutex.unlock("Caller.cpp", 43); }),
               notInitialised(mutex, "unlock at line 43 of Caller.cpp "));
+}
+
+TEST(KdMutex, KeyInTheTextIsTheValidityWordInHex) {
+    KdMutex mutex;
+    cellFields(mutex.cell()).valid = 0x1234abcd;
+    EXPECT_EQ(runtimeErrorOf([&] { mutex.lock("A.cpp", 1); }),
+              notInitialised(mutex, "lock at line 1 of A.cpp ", "1234abcd"));
+    EXPECT_EQ(runtimeErrorOf([&] { mutex.unlock("A.cpp", 2); }),
+              notInitialised(mutex, "unlock at line 2 of A.cpp ", "1234abcd"));
+    cellFields(mutex.cell()).valid = MutexCell::kValid;
 }
 
 TEST(KdMutex, TextOfAFailureIsCutAt255Bytes) {
@@ -131,16 +133,30 @@ TEST(KdMutex, FailurePrintsNothing) {
     EXPECT_EQ(capture.text(), "");
 }
 
-TEST(KdMutex, IdsAreReusedLowestFirst) {
-    const KdMutex first;
-    auto second = std::make_unique<KdMutex>();
-    const KdMutex third;
-    const std::uint32_t freed = second->getId();
-    EXPECT_LT(first.getId(), freed);
-    EXPECT_LT(freed, third.getId());
-    second.reset();
-    const KdMutex fourth;
-    EXPECT_EQ(fourth.getId(), freed);
+// The lowest three ids that are free in this process.
+std::array<std::uint32_t, 3> lowestFreeIds() {
+    KdMutexIDAlloc& ids = *KdMutexIDAlloc::instance();
+    const std::array<std::uint32_t, 3> taken{ids.allocate(), ids.allocate(), ids.allocate()};
+    for (const std::uint32_t id : taken) {
+        ids.free(id);
+    }
+    return taken;
+}
+
+TEST(KdMutex, TakesTheLowestFreeIdAndGivesItBack) {
+    const std::array<std::uint32_t, 3> free = lowestFreeIds();
+    {
+        const KdMutex first;
+        auto second = std::make_unique<KdMutex>();
+        const KdMutex third;
+        EXPECT_EQ(first.getId(), free[0]);
+        EXPECT_EQ(second->getId(), free[1]);
+        EXPECT_EQ(third.getId(), free[2]);
+        second.reset();
+        const KdMutex fourth;
+        EXPECT_EQ(fourth.getId(), free[1]);
+    }
+    EXPECT_EQ(lowestFreeIds(), free);
 }
 
 TEST(KdMutexChecker, IsToldOfEveryLockAndUnlockWithTheCaller) {
@@ -157,14 +173,10 @@ TEST(KdMutexChecker, IsToldOfEveryLockAndUnlockWithTheCaller) {
 TEST(KdMutexChecker, IsToldWhileTheLockIsHeld) {
     KdMutex mutex;
     RecordingChecker checker;
-    std::vector<std::unique_ptr<Contender>> contenders;
-    checker.atNote = [&] {
-        contenders.push_back(std::make_unique<Contender>(mutex));
-        EXPECT_FALSE(contenders.back()->entered());
-    };
+    checker.atNote = [&] { EXPECT_TRUE(isHeld(mutex.cell())); };
     mutex.lock(KD_HERE);
     mutex.unlock(KD_HERE);
-    EXPECT_EQ(contenders.size(), 2U);
+    EXPECT_EQ(checker.notes.size(), 2U);
 }
 
 TEST(KdMutexChecker, IsNotToldOfAFailure) {
@@ -202,8 +214,14 @@ TEST(KdMutexGuard, UnlocksWhenAnExceptionPasses) {
             throw std::logic_error("passing");
         },
         std::logic_error);
-    EXPECT_EQ(mutex.lock(KD_HERE), 0);
-    mutex.unlock(KD_HERE);
+    EXPECT_FALSE(isHeld(mutex.cell()));
+}
+
+TEST(KdMutexGuard, FailedLockThrowsWithTheCallersPlace) {
+    KdMutex mutex;
+    mutex.cell().destroy();
+    EXPECT_EQ(runtimeErrorOf([&] { const KdMutexGuard guard(mutex, "Caller.cpp", 12); }),
+              notInitialised(mutex, "lock at line 12 of Caller.cpp "));
 }
 
 TEST(KdMutexGuard, FailedUnlockThrowsOutOfTheDestructor) {

@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <stdexcept>
 #include <thread>
-#include <vector>
 
 #include "technic/MutexCellGuard.h"
+#include "tests/technic/CellInspection.h"
+#include "tests/technic/RunOnThreads.h"
 
 namespace {
 
@@ -64,25 +67,61 @@ TEST(MutexCell, DestroyedCellCanBeInitialisedAgain) {
     cell.destroy();
 }
 
+TEST(MutexCell, AnyOtherValidityWordMakesItNotValid) {
+    MutexCell cell;
+    cell.init();
+    for (const std::uint32_t word : {0x55AA55ABU, 0xAA55AA55U, 0xFFFFFFFFU, 1U, 0U}) {
+        cellFields(cell).valid = word;
+        EXPECT_EQ(cell.lock(), kNotValid) << word;
+        EXPECT_EQ(cell.unlock(), kNotValid) << word;
+    }
+    cellFields(cell).valid = MutexCell::kValid;
+    EXPECT_EQ(cell.lock(), 0);
+    EXPECT_EQ(cell.unlock(), 0);
+    cell.destroy();
+}
+
+TEST(MutexCell, RefusedCallsDoNotTouchTheMutex) {
+    MutexCell cell;
+    cell.init();
+    cellFields(cell).valid = 0;
+    EXPECT_EQ(cell.lock(), kNotValid);
+    EXPECT_FALSE(isHeld(cell));
+    pthread_mutex_lock(&cellFields(cell).handle);
+    EXPECT_EQ(cell.unlock(), kNotValid);
+    EXPECT_TRUE(isHeld(cell));
+    pthread_mutex_unlock(&cellFields(cell).handle);
+}
+
+TEST(MutexCell, LockOfACellThatGoesWhileItIsWaitedForIsRefused) {
+    MutexCell cell;
+    cell.init();
+    cell.lock();
+    int result = 0;
+    std::thread waiting([&] {
+        result = cell.lock();
+        pthread_mutex_unlock(&cellFields(cell).handle);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    cellFields(cell).valid = 0;
+    pthread_mutex_unlock(&cellFields(cell).handle);
+    waiting.join();
+    EXPECT_EQ(result, kNotValid);
+}
+
 TEST(MutexCell, KeepsThreadsFromEachOther) {
     constexpr int kThreads = 4;
     constexpr int kRounds = 2000;
     MutexCell cell;
     cell.init();
     int counter = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < kRounds; ++round) {
-                cell.lock();
-                ++counter;
-                cell.unlock();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    runOnThreads(kThreads, [&](std::size_t) {
+        for (int round = 0; round < kRounds; ++round) {
+            cell.lock();
+            ++counter;
+            cell.unlock();
+        }
+    });
     EXPECT_EQ(counter, kThreads * kRounds);
     cell.destroy();
 }
@@ -90,19 +129,24 @@ TEST(MutexCell, KeepsThreadsFromEachOther) {
 TEST(MutexCellGuard, HoldsTheCellForItsScope) {
     MutexCell cell;
     cell.init();
-    std::atomic<bool> entered{false};
-    std::thread other;
     {
         const MutexCellGuard guard(cell);
-        other = std::thread([&] {
-            const MutexCellGuard inner(cell);
-            entered = true;
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        EXPECT_FALSE(entered);
+        EXPECT_TRUE(isHeld(cell));
     }
-    other.join();
-    EXPECT_TRUE(entered);
+    EXPECT_FALSE(isHeld(cell));
+    cell.destroy();
+}
+
+TEST(MutexCellGuard, GivesTheCellBackWhenAnExceptionPasses) {
+    MutexCell cell;
+    cell.init();
+    EXPECT_THROW(
+        {
+            const MutexCellGuard guard(cell);
+            throw std::logic_error("passing");
+        },
+        std::logic_error);
+    EXPECT_FALSE(isHeld(cell));
     cell.destroy();
 }
 

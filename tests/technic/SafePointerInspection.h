@@ -1,13 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <future>
 #include <ostream>
 #include <string>
 
+#include "tests/technic/CellInspection.h"
 #include "tests/technic/SafePointerTestTypes.h"
 #include "tests/technic/StdoutCapture.h"
 
@@ -87,12 +86,7 @@ inline void makeReleased(SafePointer<SafePointerAnimal>& handle) {
 
 // Whether the record's mutex is held; it is released then.
 inline bool releaseIfLocked(SafePointerRecord& record) {
-    std::future<void> waiting = std::async(std::launch::async, [&record] {
-        record.lock();
-        record.unlock();
-    });
-    const bool isLocked =
-        waiting.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout;
+    const bool isLocked = isHeld(record.mutex());
     if (isLocked) {
         record.unlock();
     }

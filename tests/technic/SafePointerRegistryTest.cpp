@@ -130,23 +130,37 @@ TEST_F(FullRegistryTest, SlotOfTheHintReturnsAfterAnotherFree) {
     EXPECT_EQ(allocateSlot(), 5U);
 }
 
-TEST_F(FullRegistryTest, SearchGoesForwardFromTheHintsWordThenWraps) {
-    freeSlot(10);
-    freeSlot(120);
-    freeSlot(70);
-    EXPECT_EQ(allocateSlot(), 120U);
-    EXPECT_EQ(allocateSlot(), 5U);
-    EXPECT_EQ(allocateSlot(), 10U);
-    EXPECT_EQ(allocateSlot(), 128U);
+struct SearchCase {
+    const char* name;
+    std::vector<std::size_t> freed;       // in this order, after slot 5; the last is the hint
+    std::vector<std::uint32_t> expected;  // slots handed out then
+};
+
+class SearchForAFreeSlot : public FullRegistryTest,
+                           public testing::WithParamInterface<SearchCase> {};
+
+TEST_P(SearchForAFreeSlot, TakesTheFirstFromTheHintsWordOnButNeverTheHint) {
+    for (const std::size_t slot : GetParam().freed) {
+        freeSlot(slot);
+    }
+    std::vector<std::uint32_t> taken;
+    for (std::size_t i = 0; i < GetParam().expected.size(); ++i) {
+        taken.push_back(allocateSlot());
+    }
+    EXPECT_EQ(taken, GetParam().expected);
 }
 
-TEST_F(FullRegistryTest, SearchPrefersTheHintsOwnWord) {
-    freeSlot(90);
-    freeSlot(65);
-    freeSlot(80);
-    EXPECT_EQ(allocateSlot(), 65U);
-    EXPECT_EQ(allocateSlot(), 90U);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Orders, SearchForAFreeSlot,
+    testing::Values(
+        SearchCase{"OwnWordFirstFromItsBitZero", {90, 127, 95, 64, 80}, {64, 90, 95, 127, 5}},
+        SearchCase{"LaterWordsInTurn", {127, 96, 70, 65, 40, 33, 10}, {5, 33, 40, 65, 70, 96, 127}},
+        SearchCase{"EarlierWordsInTurnAfterTheLast",
+                   {63, 40, 32, 31, 0, 120, 70},
+                   {120, 0, 5, 31, 32, 40, 63}},
+        SearchCase{"HintInTheLastWordWraps", {70, 127}, {5, 70}},
+        SearchCase{"ThenThePoolGrows", {70}, {5, 128, 129}}),
+    [](const testing::TestParamInfo<SearchCase>& row) { return row.param.name; });
 
 TEST_F(SafePointerRegistryTest, PoolGrowsBy128WhenAllSlotsAreBound) {
     bind(127);

@@ -1,27 +1,20 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <list>
-#include <thread>
-#include <vector>
+#include <memory>
+#include <set>
 
 #include "technic/SafePointer.h"
-#include "tests/technic/SafePointerTestTypes.h"
+#include "tests/technic/RunOnThreads.h"
+#include "tests/technic/SafePointerInspection.h"
 
 namespace {
 
-constexpr int kThreads = 4;
+constexpr std::size_t kThreads = 4;
 
-template <class Work>
-void runOnThreads(Work work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back(work);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
+using Handles = std::list<SafePointer<SafePointerAnimal>>;
 
 class SafePointerStress : public testing::Test {
   protected:
@@ -32,7 +25,7 @@ TEST_F(SafePointerStress, ThreadsCopyAndReleaseHandlesOfOneObject) {
     constexpr int kRounds = 3000;
     {
         const SafePointer<SafePointerAnimal> shared(new SafePointerDog);
-        runOnThreads([&shared] {
+        runOnThreads(kThreads, [&shared](std::size_t) {
             for (int round = 0; round < kRounds; ++round) {
                 const SafePointer<SafePointerAnimal> copy = copyOf(shared);
                 SafePointer<SafePointerDog> dog(copy);
@@ -40,47 +33,114 @@ TEST_F(SafePointerStress, ThreadsCopyAndReleaseHandlesOfOneObject) {
             }
         });
         EXPECT_EQ(SafePointerAnimal::destroyed, 0);
+        EXPECT_EQ(countOf(recordOf(shared)), 1);
     }
     EXPECT_EQ(SafePointerAnimal::destroyed, 1);
 }
 
-TEST_F(SafePointerStress, EveryObjectIsDestroyedOnceWhileThePoolGrows) {
-    constexpr std::size_t kKept = 200;  // more than one growth step
-    constexpr int kRounds = 1500;
-    // The pool is filled first, so that it grows however the threads are scheduled.
-    std::list<SafePointer<SafePointerAnimal>> filling;
+// Notes its destruction where it does not go with it.
+class NotedDog : public SafePointerDog {
+  public:
+    explicit NotedDog(std::atomic<int>& destructions) : m_destructions(destructions) {}
+    ~NotedDog() override { ++m_destructions; }
+
+  private:
+    std::atomic<int>& m_destructions;
+};
+
+// Each thread makes objects, and all of them together fill the pool beyond several growth steps.
+class SharedObjects : public SafePointerStress {
+  protected:
+    static constexpr std::size_t kObjectsOfAThread = 160;
+    static constexpr std::size_t kObjects = kThreads * kObjectsOfAThread;
+    static constexpr std::size_t kShortLivedOfAThread = 2000;
+
+    void makeObjects(std::size_t thread) {
+        for (std::size_t i = 0; i < kObjectsOfAThread; ++i) {
+            m_made[thread].emplace_back(
+                new NotedDog(m_destructions[thread * kObjectsOfAThread + i]));
+        }
+    }
+
+    // Goes through the objects of every thread. Ends with one more handle of each object of the
+    // next thread.
+    void copyCastAndAssign(std::size_t thread) {
+        Handles& taken = m_taken[thread];
+        for (std::size_t step = kThreads; step > 0; --step) {
+            taken.clear();
+            for (const auto& handle : m_made[(thread + step) % kThreads]) {
+                taken.push_back(handle);
+                const SafePointer<SafePointerDog> cast(taken.front());
+                taken.back() = cast;
+                taken.back() = handle;
+            }
+        }
+    }
+
+    static void makeShortLivedObjects() {
+        for (std::size_t i = 0; i < kShortLivedOfAThread; ++i) {
+            const SafePointer<SafePointerAnimal> handle(new SafePointerAnimal);
+        }
+    }
+
+    // Both lists' objects have another thread's handle as well; either may be the last.
+    void releaseAll(std::size_t thread) {
+        Handles& first = thread % 2 == 0 ? m_made[thread] : m_taken[thread];
+        Handles& second = thread % 2 == 0 ? m_taken[thread] : m_made[thread];
+        first.clear();
+        second.clear();
+    }
+
+    std::set<SafePointerRecord*> recordsOfAll() const {
+        std::set<SafePointerRecord*> records;
+        for (const Handles& handles : m_made) {
+            for (const auto& handle : handles) {
+                records.insert(&recordOf(handle));
+            }
+        }
+        return records;
+    }
+
+    std::array<std::atomic<int>, kObjects> m_destructions{};
+    std::array<Handles, kThreads> m_made;
+    std::array<Handles, kThreads> m_taken;
+};
+
+TEST_F(SharedObjects, HaveARecordOfTheirOwnEachWhileThePoolGrows) {
+    Handles filling;
     while (filling.size() < SafePointerRegistry::instance().recordCount() - 1) {
         filling.emplace_back(new SafePointerAnimal);
     }
     const std::size_t before = SafePointerRegistry::instance().recordCount();
-    runOnThreads([] {
-        std::list<SafePointer<SafePointerAnimal>> kept;
-        for (int round = 0; round < kRounds; ++round) {
-            kept.emplace_back(new SafePointerAnimal);
-            const SafePointer<SafePointerAnimal> copy = copyOf(kept.front());
-            if (kept.size() > kKept) {
-                kept.pop_front();
-            }
-        }
-    });
-    EXPECT_EQ(SafePointerAnimal::destroyed, kThreads * kRounds);
-    EXPECT_GT(SafePointerRegistry::instance().recordCount(), before);
+    runOnThreads(kThreads, [this](std::size_t thread) { makeObjects(thread); });
+    EXPECT_EQ(recordsOfAll().size(), kObjects);
+    EXPECT_GE(SafePointerRegistry::instance().recordCount(), before + 4 * 128);
 }
 
-// The thread that releases last destroys the object, whichever it is.
-TEST_F(SafePointerStress, LastReleaseMayHappenOnAnyThread) {
-    constexpr int kRounds = 300;
-    for (int round = 0; round < kRounds; ++round) {
-        std::list<SafePointer<SafePointerAnimal>> handles(
-            1, SafePointer<SafePointerAnimal>(new SafePointerAnimal));
-        handles.push_back(handles.front());
-        std::list<SafePointer<SafePointerAnimal>> others;
-        others.splice(others.begin(), handles, handles.begin());
-        std::thread thread([&others] { others.clear(); });
-        handles.clear();
-        thread.join();
+TEST_F(SharedObjects, KeepExactCountsWhateverTheThreadsDo) {
+    runOnThreads(kThreads, [this](std::size_t thread) { makeObjects(thread); });
+    runOnThreads(kThreads, [this](std::size_t thread) {
+        copyCastAndAssign(thread);
+        makeShortLivedObjects();
+    });
+    for (SafePointerRecord* record : recordsOfAll()) {
+        EXPECT_EQ(countOf(*record), 2);
     }
-    EXPECT_EQ(SafePointerAnimal::destroyed, kRounds);
+    EXPECT_EQ(SafePointerAnimal::destroyed, static_cast<int>(kThreads * kShortLivedOfAThread));
+}
+
+TEST_F(SharedObjects, AreDestroyedOnceEachAndLeaveEveryRecordFree) {
+    runOnThreads(kThreads, [this](std::size_t thread) { makeObjects(thread); });
+    const std::set<SafePointerRecord*> records = recordsOfAll();
+    runOnThreads(kThreads, [this](std::size_t thread) { copyCastAndAssign(thread); });
+    runOnThreads(kThreads, [this](std::size_t thread) { releaseAll(thread); });
+    for (const std::atomic<int>& destructions : m_destructions) {
+        EXPECT_EQ(destructions, 1);
+    }
+    for (SafePointerRecord* record : records) {
+        EXPECT_EQ(outcomeOf([&] { SafePointerRegistry::instance().free(record, ""); }),
+                  thrownOnly("double free poniter(0x00000000)"));
+    }
 }
 
 // Owner and owned object change slots from round to round, so the records' mutexes are taken in
@@ -88,13 +148,13 @@ TEST_F(SafePointerStress, LastReleaseMayHappenOnAnyThread) {
 TEST_F(SafePointerStress, ObjectsThatOwnEachOtherReuseRecordsInAnyOrder) {
     SafePointerLink::destroyed = 0;
     constexpr int kRounds = 500;
-    runOnThreads([] {
+    runOnThreads(kThreads, [](std::size_t) {
         for (int round = 0; round < kRounds; ++round) {
             const SafePointer<SafePointerLink> chain(
                 new SafePointerLink(new SafePointerLink(new SafePointerLink)));
         }
     });
-    EXPECT_EQ(SafePointerLink::destroyed, 3 * kThreads * kRounds);
+    EXPECT_EQ(SafePointerLink::destroyed, 3 * static_cast<int>(kThreads) * kRounds);
 }
 
 }  // namespace

@@ -1,7 +1,11 @@
 #include "technic/SafePointer.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <list>
 #include <memory>
 
 #include "tests/technic/SafePointerInspection.h"
@@ -74,6 +78,14 @@ TEST_F(SafePointerTest, AssignmentToItselfChangesNothing) {
     EXPECT_EQ(SafePointerAnimal::destroyed, 0);
 }
 
+TEST_F(SafePointerTest, AssignmentOfAReleasedHandleToItselfChangesNothing) {
+    SafePointer<SafePointerAnimal> released(new SafePointerAnimal);
+    makeReleased(released);
+    SafePointer<SafePointerAnimal>& same = released;
+    EXPECT_EQ(outcomeOf([&] { released = same; }), thrownOnly("nothing"));
+    EXPECT_TRUE(released.isNull());
+}
+
 TEST_F(SafePointerTest, CastGivesAHandleOfTheSameObject) {
     const SafePointer<SafePointerAnimal> animal(new SafePointerDog);
     const SafePointer<SafePointerDog> dog(animal);
@@ -94,6 +106,24 @@ TEST_F(SafePointerTest, FailedCastThrowsAndLeavesTheCountOneTooHigh) {
               thrownOnly("can't dynmic_cast!,src type is(17SafePointerAnimal),dest type "
                          "is(14SafePointerDog)"));
     EXPECT_EQ(countOf(recordOf(animal)), 2);
+    recordOf(animal).decrement();
+}
+
+class Swimmer {
+  public:
+    virtual ~Swimmer() = default;
+};
+
+class SwimmingDog : public SafePointerDog, public Swimmer {};
+
+// The record knows the object by the address it was made from.
+TEST_F(SafePointerTest, CastAcrossGivesTheOtherPartWhoseReleaseIsRefused) {
+    const SafePointer<SafePointerAnimal> animal(new SwimmingDog);
+    auto* const swimmer = new SafePointer<Swimmer>(animal);
+    EXPECT_EQ(swimmer->get(), dynamic_cast<Swimmer*>(animal.get()));
+    EXPECT_EQ(&recordOf(*swimmer), &recordOf(animal));
+    EXPECT_EQ(outcomeOf([&] { delete swimmer; }), thrownOnly("not valid pointer in dec_reference"));
+    EXPECT_TRUE(releaseIfLocked(recordOf(animal)));
     recordOf(animal).decrement();
 }
 
@@ -142,6 +172,31 @@ TEST_F(SafePointerTest, ReleasedHandleCanBeAssignedAgain) {
     makeReleased(handle);
     handle = SafePointer<SafePointerAnimal>(new SafePointerDog);
     EXPECT_STREQ(handle->sound(), "bark");
+}
+
+// Makes the process's pool large, in a process of its own.
+TEST(SafePointerDeathTest, HandlesOfALargePoolWarnWithTheNameOfTheirType) {
+    const char warnings[] =
+        "^Warning:too many SafePointer! new 14SafePointerDog, pointer = 0x[0-9a-f]{8}, "
+        "current SafePointor total num = 19072\n"
+        "Warning:too many SafePointer! delete 17SafePointerAnimal, pointer = 0x00000000, "
+        "current SafePointor total num = 19072\n$";
+    EXPECT_EXIT(
+        {
+            std::list<SafePointer<int>> filling;
+            while (filling.size() < 18944 - 1) {
+                filling.emplace_back(new int(0));
+            }
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            {
+                auto dog = std::make_unique<SafePointer<SafePointerDog>>(new SafePointerDog);
+                const SafePointer<SafePointerAnimal> animal(*dog);
+                dog.reset();
+            }
+            std::fflush(stdout);
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), warnings);
 }
 
 TEST_F(SafePointerTest, RecordIsReusedByLaterHandles) {

@@ -67,6 +67,18 @@ TEST(Singlton, IsMadeOnceByManyThreads) {
     EXPECT_EQ(std::set<RacedSinglton*>(seen.begin(), seen.end()).size(), 1U);
 }
 
+class Another : public Singlton<Another> {};
+
+class MakesAnother : public Singlton<MakesAnother> {
+  public:
+    MakesAnother() : other(Another::instance()) {}
+    Another* const other;
+};
+
+TEST(Singlton, MayMakeAnotherInItsConstructor) {
+    EXPECT_EQ(MakesAnother::instance()->other, Another::instance());
+}
+
 TEST(SingltonDeathTest, ListIsTornDownAtExitLastMadeFirst) {
     EXPECT_EXIT(
         {
