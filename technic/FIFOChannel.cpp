@@ -76,6 +76,8 @@ bool FIFOChannel::open(const std::string& path, int mode) {
         return false;
     }
     const int direction = mode == kRead ? O_RDONLY : O_WRONLY;
+    // It does not wait, and a thread that was killed within it would leave a descriptor nobody has.
+    const CancelGuard whole;
     m_Handle = ::open(path.c_str(), direction | O_NONBLOCK | O_CLOEXEC);
     return m_Handle != -1;
 }
