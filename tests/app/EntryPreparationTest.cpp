@@ -87,15 +87,16 @@ TEST_P(VersionPosition, IsAHexadecimalNumber) {
 
 INSTANTIATE_TEST_SUITE_P(
     Positions, VersionPosition,
-    testing::Values(PositionRow{"WithoutPrefix", "100", "70255"},
-                    PositionRow{"WithPrefix", "0x100", "70255"},
-                    PositionRow{"UpperCase", "1FD", "789"}, PositionRow{"LastThree", "1fd", "789"},
-                    PositionRow{"NoNumber", "zz", "321"}, PositionRow{"Empty", "", "321"},
-                    PositionRow{"TwoBytesLeft", "1fe", nullptr},
-                    PositionRow{"AtTheEnd", "200", nullptr},
-                    PositionRow{"BeyondTheEnd", "7fffffff", nullptr},
-                    PositionRow{"BeyondEveryNumber", "ffffffffffffffffffffffff", nullptr},
-                    PositionRow{"Negative", "-1", nullptr}),
+    testing::Values(
+        PositionRow{"WithoutPrefix", "100", "70255"}, PositionRow{"WithPrefix", "0x100", "70255"},
+        PositionRow{"WithUpperCasePrefix", "0X100", "70255"},
+        PositionRow{"LeadingBlanks", "  100", "70255"},
+        PositionRow{"TrailingText", "100h", "70255"}, PositionRow{"UpperCase", "1FD", "789"},
+        PositionRow{"LastThree", "1fd", "789"}, PositionRow{"NoNumber", "zz", "321"},
+        PositionRow{"Empty", "", "321"}, PositionRow{"TwoBytesLeft", "1fe", nullptr},
+        PositionRow{"AtTheEnd", "200", nullptr}, PositionRow{"BeyondTheEnd", "7fffffff", nullptr},
+        PositionRow{"BeyondEveryNumber", "ffffffffffffffffffffffff", nullptr},
+        PositionRow{"Negative", "-1", nullptr}),
     [](const auto& test) { return test.param.what; });
 
 struct HardwareRow {

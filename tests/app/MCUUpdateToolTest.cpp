@@ -7,6 +7,7 @@
 #include "mcu/UpdateNote.h"
 #include "tests/app/ConfigText.h"
 #include "tests/app/JobFolder.h"
+#include "tests/mcu/LineStatus.h"
 #include "tests/mcu/NoteFile.h"
 #include "tests/mcu/PseudoTerminal.h"
 
@@ -50,6 +51,13 @@ class Tool : public testing::Test {
 
 TEST_F(Tool, LoadsNothingWithoutAConfiguration) {
     EXPECT_FALSE(tool.loadConfig());
+}
+
+TEST_F(Tool, HasNoFilesAndNoDeviceBeforeALoad) {
+    EXPECT_TRUE(tool.updateAll());
+    EXPECT_EQ(noteText(), "");
+    EXPECT_FALSE(tool.rebootMCU());
+    EXPECT_THAT(noteText(), HasSubstr(" m_strDeviceName = \n"));
 }
 
 TEST_F(Tool, HasNothingToUpdateWhenEveryFileIsMissing) {
@@ -102,6 +110,17 @@ TEST_F(Tool, SendsTheRebootCommandOnceAndClosesThePort) {
     const std::size_t before = openDescriptorCount();
     EXPECT_TRUE(tool.rebootMCU());
     EXPECT_EQ(line.received(), Bytes({0xFE, 1, 0x10, 4, 0, 0x0F, 0, 0, 0x24, 0xFF}));
+    EXPECT_EQ(openDescriptorCount(), before);
+}
+
+TEST_F(Tool, FailsAndClosesThePortWhenTheCommandCannotBeSent) {
+    const PseudoTerminal line;
+    ASSERT_TRUE(load(with(completeParam(), "deviceName", line.path()), {completeEntry()}));
+    UpdateNote::log("");  // the note stays open from here on
+    const std::size_t before = openDescriptorCount();
+    const NoLineStatus nothingIsSent;
+    EXPECT_FALSE(tool.rebootMCU());
+    EXPECT_FALSE(tool.resetMCU());
     EXPECT_EQ(openDescriptorCount(), before);
 }
 

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -8,15 +9,23 @@
 
 #include "technic/DevicePaths.h"
 #include "tests/app/ConfigText.h"
+#include "tests/app/FakeMcu.h"
 #include "tests/app/JobFolder.h"
 #include "tests/app/Program.h"
 #include "tests/mcu/NoteFile.h"
+
+using testing::HasSubstr;
 
 namespace {
 
 constexpr char kBanner[] =
     "========================\n MCUUpdateTool Ver 2.10 \n========================\n";
 constexpr char kMarker[] = "MCUUpdateSuccess";
+
+// What an MCU answers that has the firmware() already, with two bytes of hardware information at
+// 0x21.
+const Bytes kHardwareOfTheFile = {0xFE, 0x06, 0x0C, 0x02, 0x0C, 0xAB, 0xCB, 0xFF};
+const Bytes kVersionOfTheFile = {0xFE, 0x06, 0x02, 0x03, 0x02, 0x0A, 0x05, 0x1C, 0xFF};
 
 using Arguments = std::vector<std::string>;
 
@@ -37,6 +46,11 @@ TEST_P(WrongArgumentCount, GivesTheUsageAndLeavesTheNote) {
     EXPECT_EQ(run.status, 255);
     EXPECT_EQ(run.output, "usage:[exe][Type][MCUUpdateConfigFile][MCUUpdateFilePath][Timeout]\n");
     EXPECT_EQ(noteText(), "an earlier run\n");
+}
+
+TEST_P(WrongArgumentCount, MakesNoNote) {
+    (void)runProgram(GetParam().arguments);
+    EXPECT_FALSE(exists(device_paths::kUpdateNoteLog));
 }
 
 INSTANTIATE_TEST_SUITE_P(Counts, WrongArgumentCount,
@@ -120,6 +134,40 @@ TEST_F(Job, ReadsTheLeadingDigitsOfItsType) {
     EXPECT_TRUE(exists(kMarker));
 }
 
+struct TimeoutRow {
+    const char* what;
+    const char* argument;
+    const char* printed;
+};
+
+void PrintTo(const TimeoutRow& row, std::ostream* out) {
+    *out << row.what;
+}
+
+class TimeoutArgument : public testing::TestWithParam<TimeoutRow> {};
+
+TEST_P(TimeoutArgument, IsReadAsADecimalNumberAndGivenToTheSession) {
+    writeFile("arm3.bin", firmware());
+    FakeMcu mcu;
+    mcu.answer(FakeMcu::kHardware, {kHardwareOfTheFile});
+    mcu.answer(FakeMcu::kVersion, {kVersionOfTheFile});
+    const Attributes entry =
+        with(with(completeEntry(), "hardwareInfoPosition", "21"), "hardwareInfoLength", "2");
+    writeFile("config.xml",
+              configText(with(completeParam(), "deviceName", mcu.line().path()), {entry}));
+    mcu.start();
+    const ProgramRun run = runProgram({"1", "config.xml", "", GetParam().argument});
+    (void)mcu.stop();
+    EXPECT_THAT(run.output, HasSubstr(GetParam().printed));
+    EXPECT_TRUE(exists(kMarker));
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, TimeoutArgument,
+                         testing::Values(TimeoutRow{"Plain", "8", "\ntimeout : 8 s\n"},
+                                         TimeoutRow{"LeadingZero", "010", "\ntimeout : 10 s\n"},
+                                         TimeoutRow{"BlankAndUnit", " 9s", "\ntimeout : 9 s\n"}),
+                         [](const auto& test) { return test.param.what; });
+
 TEST_F(Job, EmptiesAMarkerThatIsThere) {
     writeFile(kMarker, "old");
     configureNoFiles();
@@ -167,8 +215,10 @@ TEST_F(Job, RunsTheFeederUntilItsEnd) {
     const ProgramRun run = runProgram({"1", "config.xml", "", "0"});
     EXPECT_EQ(run.output.find(std::string(kBanner) + "open(\"/dev/gpio_wtd\",O_WRONLY) success\n"),
               0U);
-    // 70 seconds of waits, so a feed every 12.
-    EXPECT_NE(noteText().find("MCUHardwareWatchDog send GPIO_SET_WTD success\n"),
+    // 70 seconds of waits, so a feed every 12; the second run begins after 45.
+    const std::string note = noteText();
+    const std::size_t secondRun = note.find("The Update ARMName", note.find("update failed!"));
+    EXPECT_NE(note.find("MCUHardwareWatchDog send GPIO_SET_WTD success\n", secondRun),
               std::string::npos);
 }
 

@@ -59,6 +59,13 @@ TEST(UpdateConfig, TakesFlagsOfOtherTextsAsFalse) {
     EXPECT_FALSE(config.entries.front().HigherVersion);
 }
 
+TEST(UpdateConfig, IsReadAsUtf8) {
+    UpdateConfig config;
+    ASSERT_TRUE(readText(configText(completeParam(), {with(completeEntry(), "armName", "&#xC4;")}),
+                         config));
+    EXPECT_EQ(config.entries.front().armName, "\xC3\x84");
+}
+
 TEST(UpdateConfig, KeepsTheOrderOfTheEntries) {
     UpdateConfig config;
     ASSERT_TRUE(readText(configText(completeParam(), {with(completeEntry(), "armName", "C"),
@@ -81,12 +88,22 @@ TEST(UpdateConfig, ReadsNumbersThatAreNoneAsZero) {
     EXPECT_EQ(config.entries.front().armType, 0);
 }
 
+// The read fails and leaves what was there.
+void expectRefused(const std::string& text) {
+    UpdateConfig config;
+    config.param.deviceName = "before";
+    config.param.BaudRate = 7;
+    config.entries.resize(2);
+    EXPECT_FALSE(readText(text, config));
+    EXPECT_EQ(config.param.deviceName, "before");
+    EXPECT_EQ(config.param.BaudRate, 7);
+    EXPECT_EQ(config.entries.size(), 2U);
+}
+
 class RequiredParamKey : public testing::TestWithParam<std::string> {};
 
 TEST_P(RequiredParamKey, MissingFailsTheRead) {
-    UpdateConfig config;
-    EXPECT_FALSE(
-        readText(configText(without(completeParam(), GetParam()), {completeEntry()}), config));
+    expectRefused(configText(without(completeParam(), GetParam()), {completeEntry()}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Keys, RequiredParamKey,
@@ -97,19 +114,12 @@ INSTANTIATE_TEST_SUITE_P(Keys, RequiredParamKey,
 class RequiredEntryKey : public testing::TestWithParam<std::string> {};
 
 TEST_P(RequiredEntryKey, MissingFailsTheRead) {
-    UpdateConfig config;
-    EXPECT_FALSE(
-        readText(configText(completeParam(), {without(completeEntry(), GetParam())}), config));
+    expectRefused(configText(completeParam(), {without(completeEntry(), GetParam())}));
 }
 
 TEST_P(RequiredEntryKey, MissingInTheThirdEntryFailsTheWholeRead) {
-    UpdateConfig config;
-    config.param.deviceName = "before";
-    EXPECT_FALSE(readText(configText(completeParam(), {completeEntry(), completeEntry(),
-                                                       without(completeEntry(), GetParam())}),
-                          config));
-    EXPECT_EQ(config.param.deviceName, "before");
-    EXPECT_TRUE(config.entries.empty());
+    expectRefused(configText(
+        completeParam(), {completeEntry(), completeEntry(), without(completeEntry(), GetParam())}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Keys, RequiredEntryKey,
@@ -118,22 +128,32 @@ INSTANTIATE_TEST_SUITE_P(Keys, RequiredEntryKey,
                          [](const auto& test) { return test.param; });
 
 TEST(UpdateConfig, NeedsTheParamSection) {
-    UpdateConfig config;
-    EXPECT_FALSE(readText(element("Configure", {{"name", "D"}},
-                                  element("Configure", {{"name", "UpdateFileList"}},
-                                          element("ConfigItem", completeEntry()))),
-                          config));
+    expectRefused(element("Configure", {{"name", "D"}},
+                          element("Configure", {{"name", "UpdateFileList"}},
+                                  element("ConfigItem", completeEntry()))));
 }
 
 TEST(UpdateConfig, NeedsTheListSection) {
-    UpdateConfig config;
-    EXPECT_FALSE(readText(
-        element("Configure", {{"name", "D"}}, element("Configure", completeParam())), config));
+    expectRefused(element("Configure", {{"name", "D"}}, element("Configure", completeParam())));
 }
 
 TEST(UpdateConfig, NeedsAnItemInTheList) {
+    expectRefused(configText(completeParam(), {}));
+}
+
+TEST(UpdateConfig, TakesEveryElementBehindTheFirstItemForAnEntry) {
+    const std::string param = element("Configure", completeParam());
+    const auto list = [](const std::string& items) {
+        return element("Configure", {{"name", "UpdateFileList"}}, items);
+    };
+    const std::string item = element("ConfigItem", completeEntry());
+    const std::string other = element("Other", with(completeEntry(), "armName", "Other"));
     UpdateConfig config;
-    EXPECT_FALSE(readText(configText(completeParam(), {}), config));
+    ASSERT_TRUE(
+        readText(element("Configure", {{"name", "D"}}, param + list(item + other)), config));
+    ASSERT_EQ(config.entries.size(), 2U);
+    EXPECT_EQ(config.entries[1].armName, "Other");
+    expectRefused(element("Configure", {{"name", "D"}}, param + list(item + "<Other/>")));
 }
 
 TEST(UpdateConfig, NeedsTheFile) {

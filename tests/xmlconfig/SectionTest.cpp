@@ -157,11 +157,13 @@ TEST(ItemList, TakesFollowingElementsOfAnyNameAndNoneBefore) {
 }
 
 TEST(ItemList, IsAppendedToWhatTheListHolds) {
-    Loaded loaded(section("", "<ConfigItem id=\"1\"/>"));
+    Loaded loaded(
+        document("<Configure name=\"A\"><ConfigItem id=\"1\"/></Configure>"
+                 "<Configure name=\"B\"><ConfigItem id=\"2\"/></Configure>"));
     Items items;
-    EXPECT_TRUE(loaded.node("S")->getItems(items));
-    EXPECT_TRUE(loaded.node("S")->getItems(items));
-    EXPECT_EQ(idsOf(items), "11");
+    EXPECT_TRUE(loaded.node("A")->getItems(items));
+    EXPECT_TRUE(loaded.node("B")->getItems(items));
+    EXPECT_EQ(idsOf(items), "12");
 }
 
 TEST(ItemList, FailsWhenThereAreMoreItemsThanHandles) {
