@@ -42,3 +42,12 @@ int MutexCell::destroy() {
     m_valid.store(0, std::memory_order_relaxed);
     return 0;
 }
+
+void MutexCell::renew() {
+    if (!isValid() || pthread_mutex_trylock(&m_handle) != 0) {
+        return;
+    }
+    pthread_mutex_unlock(&m_handle);
+    (void)destroy();
+    (void)init();
+}

@@ -25,6 +25,10 @@ class MutexCell {
     int unlock();
     // Leaves the cell not valid in every case.
     int destroy();
+    // Lets a new mutex take the place of one that nobody holds, so that nothing learned about the
+    // old one (the order in which it was locked with others) is held against the new one. A cell
+    // that is held, or not valid, stays as it is. Nobody may begin to lock it during the call.
+    void renew();
 
     // kValid while the cell may be used.
     std::uint32_t valid() const { return m_valid.load(std::memory_order_relaxed); }

@@ -27,6 +27,11 @@ class SafePointerRecord {
     // As MutexCell: 0 on success, -2 when the mutex is not valid.
     int lock() { return m_mutex.lock(); }
     int unlock() { return m_mutex.unlock(); }
+    // For a free record that is to serve another object. An object's record stays locked while the
+    // object is destroyed, and with it are locked the records of the handles that the object holds.
+    // A record may have served an inner object and be to serve an outer one: in the order of locks
+    // it must count as a new one.
+    void renewLock() { m_mutex.renew(); }
     MutexCell& mutex() { return m_mutex; }
 
   private:

@@ -46,6 +46,7 @@ SafePointerRecord* SafePointerRegistry::allocate(const void* object, const char*
     }
     m_usedBits[*index / kBitsPerWord] |= 1U << (*index % kBitsPerWord);
     SafePointerRecord* record = m_records[*index].get();
+    record->renewLock();
     record->reset();
     record->setObject(object);
     if (m_records.size() > kWarningRecords) {
