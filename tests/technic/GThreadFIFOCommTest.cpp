@@ -62,6 +62,11 @@ class HeartbeatLine : public testing::Test {
 };
 
 TEST_F(HeartbeatLine, OpensNothingWhenMade) {
+    const GThreadFIFOComm comm(m_pipe.path(), FIFOChannel::kWrite);
+    EXPECT_EQ(nextDescriptor(), m_firstDescriptor);
+}
+
+TEST_F(HeartbeatLine, DoesNotOpenWithoutAReader) {
     m_pipe.hangUp();
     GThreadFIFOComm comm(m_pipe.path(), FIFOChannel::kWrite);
     EXPECT_FALSE(comm.open());
@@ -120,6 +125,11 @@ TEST_F(HeartbeatLine, ClosesThePipeWhenItGoes) {
 TEST_F(HeartbeatLine, RecordIsReceived) {
     EXPECT_EQ(received(lengthBytes(26) + recordOf("worker")), 0);
     EXPECT_EQ(m_name, "worker");
+}
+
+TEST_F(HeartbeatLine, RecordShorterThanTheOneBeforeIsReceived) {
+    EXPECT_EQ(received(lengthBytes(20) + recordOf("")), 0);
+    EXPECT_EQ(m_name, "");
 }
 
 TEST_F(HeartbeatLine, LongestRecordThatFitsIsReceived) {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -29,8 +28,6 @@ class WorkerHeartbeat : public WorkerFixture {
         worker.stop();
     }
 };
-
-using WorkerHeartbeatDeathTest = WorkerHeartbeat;
 
 TEST_F(WorkerHeartbeat, IsSentAtTheStartAndAtTheEnd) {
     TestWorker worker(onePass());
@@ -235,6 +232,18 @@ INSTANTIATE_TEST_SUITE_P(Passes, HeartbeatSpacing,
                                          SpacingCase{{61, 60}, 1}, SpacingCase{{61, 61}, 2},
                                          SpacingCase{{200}, 1}, SpacingCase{{60, 1, 60, 1}, 2}));
 
+TEST_F(WorkerHeartbeat, IsNotDueInThePassThatEndsTheWork) {
+    const FrozenClock clock;
+    Works works;
+    works.cycle = [] {
+        FrozenClock::advance(200);
+        return 1;
+    };
+    TestWorker worker(works);
+    runOnce(worker);
+    EXPECT_EQ(heartbeatStates(), (States{1, 2}));
+}
+
 TEST_F(WorkerHeartbeat, ThatFailedIsNotDueAgainBefore61Seconds) {
     const FrozenClock clock;
     int passes = 0;
@@ -250,48 +259,6 @@ TEST_F(WorkerHeartbeat, ThatFailedIsNotDueAgainBefore61Seconds) {
     worker.setCycleLimit(2);
     runOnce(worker);
     EXPECT_EQ(heartbeatStates(), States{2});
-}
-
-TEST_F(WorkerHeartbeat, GoesIntoTheOnePipeOfAllWorkers) {
-    TestWorker worker(onePass());
-    const Pipe other(m_folder.path("other"));
-    GThread::setThreadFifoName(other.path().c_str());
-    worker.updateHeartbeatName();
-    EXPECT_EQ(heartbeatsIn(other.take()).size(), 1U);
-    EXPECT_TRUE(heartbeats().empty());
-}
-
-TEST_F(WorkerHeartbeat, PipeNameMayHave127Characters) {
-    std::string path = m_folder.path("");
-    path += std::string(127 - path.size(), 'p');
-    const Pipe longest(path);
-    GThread::setThreadFifoName(path.c_str());
-    TestWorker worker(onePass());
-    worker.updateHeartbeatName();
-    EXPECT_EQ(heartbeatsIn(longest.take()).size(), 1U);
-}
-
-TEST_F(WorkerHeartbeat, EmptyPipeNameIsReplacedByTheDevicesOwn) {
-    const Pipe devices("/hd1/program/bin/threadchannel");
-    GThread::setThreadFifoName("");
-    TestWorker worker(onePass());
-    worker.updateHeartbeatName();
-    EXPECT_EQ(heartbeatsIn(devices.take()).size(), 1U);
-}
-
-constexpr char kAssertion[] =
-    "GThread.cpp:399: .*Assertion `__null != p_ThreadFifoName && strlen\\(p_ThreadFifoName\\) < "
-    "sizeof\\(m_ThreadFifoName\\)' failed";
-
-TEST_F(WorkerHeartbeatDeathTest, PipeNameOf128CharactersEndsTheProgram) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(GThread::setThreadFifoName(std::string(128, 'p').c_str()),
-                testing::KilledBySignal(SIGABRT), kAssertion);
-}
-
-TEST_F(WorkerHeartbeatDeathTest, NullPipeNameEndsTheProgram) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(GThread::setThreadFifoName(nullptr), testing::KilledBySignal(SIGABRT), kAssertion);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include "technic/GThread.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/technic/ThreadCreation.h"
@@ -130,11 +132,14 @@ TEST_F(Worker, FailedSetUpMakesNoThreadAndIsRecordedWithTheCallersId) {
     Works works;
     works.setup = [] { return 5; };
     TestWorker worker(works);
-    EXPECT_EQ(worker.start(), 0);
+    pid_t caller = 0;
+    std::thread([&] {
+        caller = gettid();
+        EXPECT_EQ(worker.start(), 0);
+    }).join();
     EXPECT_FALSE(worker.isRunning());
     EXPECT_EQ(worker.id(), 0);
-    EXPECT_EQ(exceptionLog(),
-              exceptionRecord(label(currentThreadId()) + " setup failed. result= 5"));
+    EXPECT_EQ(exceptionLog(), exceptionRecord(label(caller) + " setup failed. result= 5"));
     EXPECT_EQ(getSystemRunningFlag(), 1);
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sched.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <memory>
@@ -25,13 +26,13 @@ TEST_F(Thread, HasItsDefaults) {
 TEST_F(Thread, RunsItsBodyOnAThreadOfItsOwn) {
     std::atomic<int> tid{0};
     Body body([&] {
-        tid = currentThreadId();
+        tid = gettid();
         return 0;
     });
     EXPECT_EQ(body.start(), 0);
     body.waitForEnd();
     EXPECT_NE(tid, 0);
-    EXPECT_NE(tid, currentThreadId());
+    EXPECT_NE(tid, gettid());
     EXPECT_EQ(body.id(), tid);
 }
 
