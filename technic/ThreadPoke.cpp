@@ -56,6 +56,10 @@ std::vector<ThreadInfoManager::Poked> ThreadInfoManager::threadsToPoke() {
 // A thread leaves the registry before it ends, and needs the lock to do so: its handle is good as
 // long as it stands there. A handle that is gone must not be used any more.
 int ThreadInfoManager::poke(const Poked& thread) {
+    if (pthread_equal(thread.handle, pthread_self()) != 0) {
+        // It does not leave meanwhile, and its handler asks the registry before this returns.
+        return pthread_kill(thread.handle, SIGHUP);
+    }
     const KdMutexGuard guard(m_lock, KD_HERE);
     const auto found = m_threadHandles.find(thread.tid);
     if (found == m_threadHandles.end() || pthread_equal(found->second, thread.handle) == 0) {
