@@ -5,6 +5,7 @@
 #include <sys/time.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "technic/KdMutexChecker.h"
@@ -104,6 +106,22 @@ TEST(KdMutex, UnlockOfADestroyedCellThrowsAndNamesTheCaller) {
     mutex.cell().destroy();
     EXPECT_EQ(runtimeErrorOf([&] { mutex.unlock("Caller.cpp", 43); }),
               notInitialised(mutex, "unlock at line 43 of Caller.cpp "));
+}
+
+TEST(KdMutex, LockOfACellThatGoesWhileItIsWaitedForThrows) {
+    KdMutex mutex;
+    pthread_mutex_t& handle = cellFields(mutex.cell()).handle;
+    pthread_mutex_lock(&handle);
+    std::string text;
+    std::thread waiting([&] {
+        text = runtimeErrorOf([&] { mutex.lock("Caller.cpp", 44); });
+        pthread_mutex_unlock(&handle);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    cellFields(mutex.cell()).valid = 0;
+    pthread_mutex_unlock(&handle);
+    waiting.join();
+    EXPECT_EQ(text, notInitialised(mutex, "lock at line 44 of Caller.cpp "));
 }
 
 TEST(KdMutex, KeyInTheTextIsTheValidityWordInHex) {

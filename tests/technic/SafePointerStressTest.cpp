@@ -114,7 +114,7 @@ TEST_F(SharedObjects, HaveARecordOfTheirOwnEachWhileThePoolGrows) {
     const std::size_t before = SafePointerRegistry::instance().recordCount();
     runOnThreads(kThreads, [this](std::size_t thread) { makeObjects(thread); });
     EXPECT_EQ(recordsOfAll().size(), kObjects);
-    EXPECT_GE(SafePointerRegistry::instance().recordCount(), before + 4 * 128);
+    EXPECT_GE(SafePointerRegistry::instance().recordCount(), before + std::size_t{4} * 128);
 }
 
 TEST_F(SharedObjects, KeepExactCountsWhateverTheThreadsDo) {
