@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -50,9 +51,13 @@ Lines sorted(Lines lines) {
 
 // Lets every writer write its lines at the same time as the others.
 void writeAtTheSameTime(const std::function<void(const std::string& text)>& write) {
+    std::atomic<int> waiting{kWriters};
     std::vector<std::thread> writers;
     for (int writer = 0; writer < kWriters; ++writer) {
-        writers.emplace_back([&write, writer] {
+        writers.emplace_back([&write, &waiting, writer] {
+            for (--waiting; waiting > 0;) {
+                std::this_thread::yield();
+            }
             for (int number = 0; number < kLinesOfAWriter; ++number) {
                 write(textOf(writer, number));
             }
