@@ -187,6 +187,7 @@ TEST(SafePointerDeathTest, HandlesOfALargePoolWarnWithTheNameOfTheirType) {
             while (filling.size() < 18944 - 1) {
                 filling.emplace_back(new int(0));
             }
+            std::fflush(stdout);
             dup2(STDERR_FILENO, STDOUT_FILENO);
             {
                 auto dog = std::make_unique<SafePointer<SafePointerDog>>(new SafePointerDog);
