@@ -73,14 +73,23 @@ TEST_P(OpenMode, IsThatOfTheFlags) {
 INSTANTIATE_TEST_SUITE_P(Accepted, OpenMode, testing::ValuesIn(kModes));
 
 TEST(OpenModeOfAnyOtherFlags, IsRefusedAndTouchesNoFile) {
+    const DeviceFolder folder;
+    const std::string present = folder.path("present");
+    const std::string missing = folder.path("missing");
+    writeContent(present, "old");
     for (unsigned flags = 0; flags < 256; ++flags) {
         const bool isAccepted =
             std::any_of(kModes.begin(), kModes.end(),
                         [flags](const ModeCase& row) { return row.flags == flags; });
+        BufferedFile file;
         if (!isAccepted) {
-            EXPECT_EQ(opening(flags), "refused, keeps") << flags;
+            EXPECT_FALSE(file.open(present.c_str(), flags)) << flags;
+            EXPECT_FALSE(file.open(missing.c_str(), flags)) << flags;
+            EXPECT_FALSE(file.isOpen()) << flags;
         }
     }
+    EXPECT_EQ(contentOf(present), "old");
+    EXPECT_FALSE(std::filesystem::exists(missing));
 }
 
 TEST(OpenModeOfUpdate, OverwritesFromTheStart) {
