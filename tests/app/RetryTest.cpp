@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -23,33 +25,32 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr long kRetryWaitMilliseconds = 5000;
+constexpr long kSecond = 1000;
+constexpr char kMarker[] = "MCUUpdateSuccess";
 
 // The driver's waits, in milliseconds, end at once and are remembered. Other threads sleep as ever.
 class DriverWaits : public SleepHook {
   public:
-    // `inWait` is called in every wait between two attempts, with the number of such waits so far.
-    explicit DriverWaits(std::function<void(int)> inWait = [](int) {})
+    // `inWait` is called in every wait, with its length and how many of that length there were.
+    using InWait = std::function<void(long milliseconds, std::ptrdiff_t count)>;
+    explicit DriverWaits(InWait inWait = [](long, std::ptrdiff_t) {})
         : m_inWait(std::move(inWait)) {}
 
     const std::vector<long>& all() const { return m_waits; }
 
     long beforeSleep(long milliseconds) override {
-        if (gettid() != m_owner || milliseconds < 1000) {
+        if (gettid() != m_owner || milliseconds < kSecond) {
             return milliseconds;
         }
         m_waits.push_back(milliseconds);
-        if (milliseconds == kRetryWaitMilliseconds) {
-            m_inWait(++m_retries);
-        }
+        m_inWait(milliseconds, std::count(m_waits.begin(), m_waits.end(), milliseconds));
         return 0;
     }
 
   private:
     const pid_t m_owner = gettid();
-    const std::function<void(int)> m_inWait;
+    const InWait m_inWait;
     std::vector<long> m_waits;
-    int m_retries = 0;
 };
 
 int countOf(const std::string& text, const std::string& part) {
@@ -70,13 +71,11 @@ class Retry : public testing::Test {
     static void configure(const std::vector<Attributes>& entries) {
         writeFile("config.xml", configText(with(completeParam(), "deviceName", "line"), entries));
     }
-
-    const JobArguments m_arguments = {"config.xml", "", 0};
 };
 
 TEST_F(Retry, OfAFileComesFiveTimesAfterFiveSecondsAndOfTheListAfterTwenty) {
     const DriverWaits waits;
-    EXPECT_FALSE(runJob(1, m_arguments));
+    EXPECT_FALSE(runJob(1, {"config.xml", "", 0}));
     EXPECT_THAT(waits.all(),
                 ElementsAre(5000, 5000, 5000, 5000, 5000, 20000, 5000, 5000, 5000, 5000, 5000));
 }
@@ -84,7 +83,7 @@ TEST_F(Retry, OfAFileComesFiveTimesAfterFiveSecondsAndOfTheListAfterTwenty) {
 TEST_F(Retry, OfTheListComesOnlyAfterAFailure) {
     configure({with(completeEntry(), "fileName", "missing.bin")});
     const DriverWaits waits;
-    EXPECT_TRUE(runJob(1, m_arguments));
+    EXPECT_TRUE(runJob(1, {"config.xml", "", 0}));
     EXPECT_THAT(waits.all(), IsEmpty());
 }
 
@@ -119,10 +118,10 @@ class RetryOverALine : public Retry {
 };
 
 TEST_F(RetryOverALine, IsCountedAnewForEveryFile) {
-    const DriverWaits waits([this](int retry) {
-        if (retry == 3) {
+    const DriverWaits waits([this](long milliseconds, std::ptrdiff_t count) {
+        if (milliseconds == 5 * kSecond && count == 3) {
             plugIn();
-        } else if (retry == 4) {
+        } else if (milliseconds == 5 * kSecond && count == 4) {
             pullOut();
         }
     });
@@ -130,6 +129,22 @@ TEST_F(RetryOverALine, IsCountedAnewForEveryFile) {
         {with(entryForTheMcu(), "armName", "Late"), with(entryForAnother(), "armName", "Never")}));
     EXPECT_EQ(countOf(noteText(), "The Update ARMName :Late ,"), 4);
     EXPECT_EQ(countOf(noteText(), "The Update ARMName :Never ,"), 6);
+}
+
+TEST_F(RetryOverALine, FindsNoMarkerUntilTheSecondRunSucceeds) {
+    writeFile(kMarker, "of an earlier job");
+    configure({entryForTheMcu()});
+    bool existsBetweenTheRuns = true;
+    const DriverWaits waits([&](long milliseconds, std::ptrdiff_t) {
+        if (milliseconds == 20 * kSecond) {
+            existsBetweenTheRuns = exists(kMarker);
+            plugIn();
+        }
+    });
+    EXPECT_TRUE(runJob(1, {"config.xml", "", 10}));
+    EXPECT_FALSE(existsBetweenTheRuns);
+    EXPECT_TRUE(exists(kMarker));
+    EXPECT_EQ(readFile(kMarker), "");
 }
 
 std::ptrdiff_t threadCount() {
@@ -141,8 +156,8 @@ TEST_F(RetryOverALine, ComesAfterAWaitInWhichTheUpdaterStillKeepsUploadsStopped)
     plugIn();
     const std::ptrdiff_t before = threadCount();
     std::ptrdiff_t inTheWait = 0;
-    const DriverWaits waits([&inTheWait](int retry) {
-        if (retry == 1) {
+    const DriverWaits waits([&inTheWait](long milliseconds, std::ptrdiff_t count) {
+        if (milliseconds == 5 * kSecond && count == 1) {
             inTheWait = threadCount();
             pullOut();
         }
