@@ -38,7 +38,8 @@ int DiskManager::makeDirs(const std::string& path) {
         }
         built += "/";
     }
-    return parts.tokenCount() > 0 ? 1 : 0;
+    // Behind the last slash, a file of that name is no directory.
+    return parts.tokenCount() > 0 && exists(built) ? 1 : 0;
 }
 
 int DiskManager::move(const std::string& from, const std::string& to) {

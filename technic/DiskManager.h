@@ -48,5 +48,6 @@ class DiskManager {
 
     // Deletes a directory with all that lies below it; of a symbolic link, the link alone. Returns
     // whether everything is gone. What begins with "." stays, and so do the directories above it.
+    // Nothing is deleted when the path is empty, the root, or ends with "." or "..".
     static bool removeTree(const std::string& directory);
 };

@@ -97,6 +97,11 @@ bool isSymbolicLink(const std::string& path) {
     return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
+// Whether a directory can be deleted from the one that it lies in under this name.
+bool isNameInParent(const std::string& name) {
+    return !name.empty() && name != "." && name != "..";
+}
+
 }  // namespace
 
 bool DiskManager::isBottomDir(const std::string& path) {
@@ -129,7 +134,7 @@ bool DiskManager::removeTree(const std::string& directory) {
     const std::size_t slash = path.rfind('/');
     const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
     Directory parent(slash == std::string::npos ? "." : path.substr(0, slash + 1));
-    if (!parent.isOpen()) {
+    if (!parent.isOpen() || !isNameInParent(name)) {
         printOpenError(path);
         return false;
     }

@@ -45,14 +45,16 @@ class LocalSocket {
 
     // A daemon that does not take connections any more is waited for as long as for a reply.
     bool connectTo(const char* path) const {
+        if (m_fd < 0) {
+            return false;
+        }
         timeval longest{};
         longest.tv_sec = kReplyWaitSeconds;
         (void)setsockopt(m_fd, SOL_SOCKET, SO_SNDTIMEO, &longest, sizeof(longest));
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         std::strncpy(address.sun_path, path, sizeof(address.sun_path) - 1);
-        return m_fd >= 0 &&
-               connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+        return connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
     }
 
     bool sendAll(const void* data, std::size_t length) const {
@@ -71,7 +73,8 @@ class LocalSocket {
         return true;
     }
 
-    // As select: above 0 readable, 0 timed out, below 0 failed.
+    // As select: above 0 readable, 0 timed out, below 0 failed. A signal is no failure: the rest of
+    // the time, which select leaves in its argument, is waited on.
     int waitReadable(int seconds) const {
         if (m_fd >= FD_SETSIZE) {
             errno = EINVAL;

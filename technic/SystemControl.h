@@ -20,7 +20,7 @@ void Restart(const std::string& reason);
 constexpr std::size_t kLongestLocalCommand = 999;
 
 // Has the control daemon run a shell command, of which what is too long is cut off. Returns the
-// daemon's reply code (-1 when the reply is short); -9 for an empty command or when the daemon
-// cannot be reached; -2 when there is no reply in `timeoutSeconds`, or when that is 0 or less and
-// the reply is not waited for.
+// daemon's reply code (-1 when the reply is short); -9 for an empty command, or when the daemon
+// cannot be reached or waited for; -2 when there is no reply in `timeoutSeconds`, or when that is 0
+// or less and the reply is not waited for.
 int sendLocalCommand(const std::string& command, int timeoutSeconds);

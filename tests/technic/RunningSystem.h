@@ -29,7 +29,6 @@ class RunningSystem {
 };
 
 inline std::string stopBanner(const std::string& flag, const std::string& reason) {
-    return "\n~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~setSystemRunningFlag~~~~~~~~~~~~~~~~~~~~~~~~~~~"
-           " Flag=" +
-           flag + " Reason=" + reason + "\n";
+    return "\n" + std::string(38, '~') + "setSystemRunningFlag" + std::string(27, '~') +
+           " Flag=" + flag + " Reason=" + reason + "\n";
 }
