@@ -10,7 +10,8 @@
 //
 // open, close, SendCommand and RecvCommand exclude one another and may be called on any thread; so
 // a line that is closed on one thread is not written to by another that is about to send. The
-// setters are for the owner before it opens; they take effect with the next open.
+// setters are for the owner while nobody else uses the session; the device and its parameters take
+// effect with the next open, the time-out with the next read.
 class MCUSession {
   public:
     MCUSession() = default;

@@ -87,6 +87,14 @@ void PseudoTerminal::waitUntilReadByProduct() const {
     }
 }
 
+void PseudoTerminal::holdOutput() const {
+    (void)tcflow(m_slave, TCOOFF);
+}
+
+void PseudoTerminal::letOutputGo() const {
+    (void)tcflow(m_slave, TCOON);
+}
+
 void PseudoTerminal::hangUp() {
     if (m_master != -1) {
         (void)::close(m_master);

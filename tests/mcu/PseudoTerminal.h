@@ -34,6 +34,10 @@ class PseudoTerminal {
     int unreadByProduct() const;
     void waitUntilReadByProduct() const;
 
+    // What the product writes waits on its side until it is let go.
+    void holdOutput() const;
+    void letOutputGo() const;
+
     // Cuts the line: the product's port is dead from then on.
     void hangUp();
 

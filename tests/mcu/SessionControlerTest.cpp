@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <thread>
 
 #include "tests/mcu/ControlerFixture.h"
 #include "tests/mcu/LineStatus.h"
@@ -59,6 +60,20 @@ INSTANTIATE_TEST_SUITE_P(
                              &MCUSessionControler::setToBoot,
                              {0xFE, 0x05, 0x03, 0x01, 0x03, 0x0C, 0xFF},
                              "fe 05 03 01 03 0c ff 00 00"}));
+
+TEST_F(ControlerFixture, ARequestIsTracedBeforeItGoesOutAndOnceMoreAfterwards) {
+    const std::string before = std::string(kBefore) + "SendCommand : fe 05 07 01 00 0d ff 00 00\n";
+    line.holdOutput();
+    std::thread sender([this] { EXPECT_TRUE(controler.stopUpload()); });
+
+    EXPECT_TRUE(awaitNote(before));
+    EXPECT_EQ(noteText(), before);
+    EXPECT_EQ(line.received(), Bytes{});
+
+    line.letOutputGo();
+    sender.join();
+    EXPECT_EQ(noteText(), before + kAfter);
+}
 
 TEST_F(ControlerFixture, TheTargetIsZeroUntilSet) {
     MCUSessionControler other;
@@ -131,6 +146,19 @@ TEST(SessionControler, OpenFailsWhenAParameterIsRefused) {
     EXPECT_FALSE(controler.open());
 }
 
+TEST(SessionControler, PassesItsSettingsToTheSession) {
+    UpdateNote::remove();
+    MCUSessionControler controler;
+    controler.setDeviceName("/dev/there-is-none");
+    controler.setParam(57600, 7, 2, 1);
+
+    EXPECT_FALSE(controler.open());
+
+    EXPECT_EQ(noteText(),
+              " m_strDeviceName = /dev/there-is-none\n m_nBaudrate = 57600\n m_nDatabits = 7\n"
+              " m_nStopbits = 2\n m_nParity = 1\n ");
+}
+
 TEST(SessionControler, ADroppedControllerClosesItsPort) {
     const PseudoTerminal line;
     UpdateNote::remove();  // closes the note's descriptor, so that the port's alone is counted
@@ -189,6 +217,19 @@ TEST_F(ControlerFixture, UpdateYieldsWhetherItIsPermitted) {
     EXPECT_EQ(line.receive(7), (Bytes{0xFE, 0x05, 0x05, 0x01, 0x03, 0x0E, 0xFF}));
 }
 
+TEST_F(ControlerFixture, AQueryWithoutAnAnswerFailsAndLeavesThePortOpen) {
+    Bytes tooLong(33, 0x20);
+    tooLong[0] = 0xFE;
+    line.send(tooLong);
+    unsigned state = 99;
+
+    EXPECT_FALSE(controler.getState(state));
+
+    EXPECT_EQ(state, 99U);
+    line.send({0xFE, 0x05, 0x02, 0x01, 0x01, 0x09, 0xFF});
+    EXPECT_TRUE(controler.getState(state));
+}
+
 TEST_F(ControlerFixture, AQueryIsTracedByteByByte) {
     line.send({0xFE, 0x05, 0x02, 0x01, 0x01, 0x09, 0xFF});
     unsigned state = 0;
@@ -210,6 +251,14 @@ TEST_F(ControlerFixture, ClearRecvBufferDiscardsUntilSilence) {
     EXPECT_EQ(line.unreadByProduct(), 0);
     EXPECT_EQ(noteText(),
               "RecvCommand : fe \nRecvCommand : 00 \nRecvCommand : ff \nRecvCommand : 00 \n");
+}
+
+TEST_F(ControlerFixture, ClearRecvBufferDiscardsHoweverMuchThereIs) {
+    line.send(Bytes(3000, 0xFE));
+
+    EXPECT_EQ(controler.clearRecvBuffer(), 0);
+
+    EXPECT_EQ(line.unreadByProduct(), 0);
 }
 
 TEST_F(ControlerFixture, ClearRecvBufferOfAClosedLineReturnsTheError) {

@@ -75,13 +75,34 @@ TEST(SessionOpen, ADeviceThatIsNoTerminalFails) {
     EXPECT_EQ(session.open(), -1);
 }
 
-TEST(SessionOpen, ARefusedParameterFails) {
+TEST(SessionOpen, ARefusedParameterFailsAndLeavesThePortOpen) {
     const PseudoTerminal line;
     MCUSession session;
     session.setDeviceName(line.path());
     session.setParam(115200, 8, 1, 0);
+    UpdateNote::remove();  // closes the note's descriptor, so that the port's alone is counted
+    const std::size_t before = openDescriptorCount();
 
     EXPECT_EQ(session.open(), -1);
+
+    UpdateNote::remove();
+    EXPECT_EQ(openDescriptorCount(), before + 1);
+}
+
+TEST(SessionOpen, TakesTheParametersThatWereSetBeforeIt) {
+    const PseudoTerminal line;
+    MCUSession session;
+    session.setDeviceName(line.path());
+    session.setParam(115200, 8, 0, 0);
+    ASSERT_EQ(session.open(), 0);
+
+    session.setParam(19200, 8, 0, 0);
+
+    termios settings = line.settings();
+    EXPECT_EQ(cfgetospeed(&settings), static_cast<speed_t>(B115200));
+    EXPECT_EQ(session.open(), 0);
+    settings = line.settings();
+    EXPECT_EQ(cfgetospeed(&settings), static_cast<speed_t>(B19200));
 }
 
 TEST(SessionOpen, ADroppedSessionClosesItsPort) {

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -38,6 +39,34 @@ TEST_F(UpdateNoteTest, MessagesAreEchoedToStandardOutputAtOnce) {
     std::string echoed(6, '\0');
     EXPECT_EQ(pread(STDOUT_FILENO, echoed.data(), echoed.size(), 0), 6);
     EXPECT_EQ(echoed, "100%s ");
+}
+
+// Nobody reads what is printed until the note has the message.
+TEST_F(UpdateNoteTest, MessagesStandInTheNoteBeforeTheyArePrinted) {
+    const std::string message(200000, 'm');  // more than a pipe holds
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    (void)std::fflush(stdout);
+    const int before = dup(STDOUT_FILENO);
+    ASSERT_EQ(dup2(ends[1], STDOUT_FILENO), STDOUT_FILENO);
+    (void)close(ends[1]);
+
+    std::thread writer([&] {
+        UpdateNote::log(message.c_str());
+        (void)dup2(before, STDOUT_FILENO);  // closes the pipe's last writing end
+    });
+    EXPECT_TRUE(awaitNote(message));
+    std::string printed;
+    std::string part(65536, '\0');
+    for (ssize_t got = 1; got > 0;) {
+        got = read(ends[0], part.data(), part.size());
+        printed.append(part, 0, got > 0 ? static_cast<std::size_t>(got) : 0);
+    }
+    writer.join();
+
+    EXPECT_TRUE(printed == message);
+    (void)close(before);
+    (void)close(ends[0]);
 }
 
 TEST_F(UpdateNoteTest, AnEmptyMessageStartsTheNote) {

@@ -24,9 +24,12 @@ class XmodemFailure : public XmodemFixture {
 };
 
 TEST_F(XmodemFailure, AMissingFileEndsAtOnce) {
+    line.send({'C'});
+
     EXPECT_EQ(sender.sendFile("there-is-none.bin"), -1);
 
     EXPECT_EQ(line.received(), Bytes{});
+    EXPECT_EQ(line.unreadByProduct(), 1);
     EXPECT_EQ(noteText(), "Xmodem start !! \nCan't open file!");
 }
 
