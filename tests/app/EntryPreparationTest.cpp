@@ -41,14 +41,19 @@ TEST_F(Preparation, PrintsTheHardwareInformationFromTheLastByteToTheFirst) {
 TEST_F(Preparation, CarriesTheConfiguredValues) {
     m_entry.hardwareInfoMask = "ff00";
     m_entry.ForceUpdate = true;
-    m_entry.HigherVersion = true;
     const auto prepared = prepare();
     EXPECT_EQ(prepared->armType, 3);
     EXPECT_EQ(prepared->armName, "ARM3");
     EXPECT_EQ(prepared->fileName, "arm3.bin");
     EXPECT_EQ(prepared->hardwareInfoMask, "ff00");
     EXPECT_TRUE(prepared->ForceUpdate);
-    EXPECT_TRUE(prepared->HigherVersion);
+    EXPECT_FALSE(prepared->HigherVersion);
+}
+
+TEST_F(Preparation, CarriesTheFlagsApart) {
+    m_entry.HigherVersion = true;
+    EXPECT_FALSE(prepare()->ForceUpdate);
+    EXPECT_TRUE(prepare()->HigherVersion);
 }
 
 TEST_F(Preparation, PutsThePrefixBeforeTheNameWithoutASeparator) {

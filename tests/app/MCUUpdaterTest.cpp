@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <sstream>
@@ -223,7 +224,7 @@ TEST_F(Updater, TakesTheTenthAnswerToEachQuestion) {
 
 TEST_F(Updater, IsContentWithAnMcuThatIsUpToDate) {
     attempt();
-    EXPECT_GT(result, 0);
+    EXPECT_EQ(result, 1);
     EXPECT_THAT(requests,
                 ElementsAre(FakeMcu::kHardware, FakeMcu::kVersion, FakeMcu::kStartUpload));
     EXPECT_THAT(steps(),
@@ -265,7 +266,7 @@ TEST_F(Updater, ComparesHardwareUnderTheMask) {
     entry.fileHardware = "ab02";
     entry.hardwareInfoMask = "ff00";
     attempt();
-    EXPECT_GT(result, 0);
+    EXPECT_EQ(result, 1);
     EXPECT_THAT(noteText(), HasSubstr("Cur HardwareInfo: ab01\nUpdate HardwareInfo: ab02\n"));
 }
 
@@ -429,6 +430,42 @@ TEST_F(Updater, FailsWhenTheDeviceIsGoneBeforeTheTransfer) {
     EXPECT_EQ(result, 0);
     EXPECT_THAT(noteText(), HasSubstr("MCUUpdater X modem start....\nOpen File Fail  \n"
                                       "MCUSessionControler::communicate 1111111111\n"));
+}
+
+TEST_F(Updater, SetsTheLineUpAgainForTheTransfer) {
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kState, {kAppState, kBootState});
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    hasKeeper = false;
+    const AtSleep inTheFirstRound([&](long milliseconds) {
+        if (milliseconds == kBootWaitMilliseconds) {
+            termios other = mcu.line().settings();
+            (void)cfsetspeed(&other, B1200);
+            other.c_cflag |= CSTOPB;
+            mcu.line().setSettings(other);
+        }
+    });
+    attempt();
+    const termios settings = mcu.line().settings();
+    EXPECT_EQ(cfgetospeed(&settings), static_cast<speed_t>(B115200));
+    EXPECT_EQ(settings.c_cflag & CSTOPB, 0U);
+}
+
+// Each read of the silent line takes three seconds and is followed by a short pause.
+TEST_F(Updater, WaitsFifteenSecondsForTheTransferToBegin) {
+    constexpr long kPauseMilliseconds = 5;
+    std::ofstream(entry.filePath) << "image";
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    hasKeeper = false;
+    int reads = 0;
+    const AtSleep afterEachRead(
+        [&](long milliseconds) { reads += milliseconds == kPauseMilliseconds ? 1 : 0; });
+    attempt(5);
+    EXPECT_EQ(result, 0);
+    EXPECT_THAT(noteText(), HasSubstr("Revcice Command TimeOut"));
+    EXPECT_GE(reads, 5);
+    EXPECT_LE(reads, 7);
 }
 
 TEST(UpdaterWithoutDevice, FailsAtOnceAndSendsNothing) {

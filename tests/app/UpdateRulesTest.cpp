@@ -117,6 +117,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DecisionRow{"NumbersNotTexts", "99", "100", false, true, true},
                     DecisionRow{"LeadingZeros", "0512", "512", false, false, false},
                     DecisionRow{"NoNumberIsZero", "abc", "000", false, false, false},
+                    DecisionRow{"DigitsCountUpToOtherText", "210b", "210", false, false, false},
                     DecisionRow{"EmptyIsZero", "", "1", false, true, true},
                     DecisionRow{"MostThatThreeBytesGive", "255255254", "255255255", false, true,
                                 true}),
