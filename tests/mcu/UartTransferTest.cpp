@@ -142,6 +142,17 @@ TEST_F(UartTransfer, ReadOfADeadLineReturnsAtOnce) {
     EXPECT_LT(took, milliseconds(500));
 }
 
+TEST_F(UartTransfer, AReadThatBringsNothingEndsIt) {
+    termios byLine = line.settings();
+    byLine.c_lflag |= ICANON;
+    line.setSettings(byLine);
+    line.send({byLine.c_cc[VEOF], 'x', '\n'});  // an end of file, and more behind it
+
+    EXPECT_EQ(read(4, 1), 0);
+
+    EXPECT_EQ(read(2, 1), 2);
+}
+
 class UartInterruptedRead : public UartTransfer, public testing::WithParamInterface<Bytes> {};
 
 TEST_P(UartInterruptedRead, IsAFailureWhateverCameBefore) {
