@@ -72,17 +72,17 @@ TEST_P(UnknownType, DoesNothingButTheBanner) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, UnknownType,
-                         testing::Values("abc", "", "0", "4", "-1", "x1", "4294967297",
+                         testing::Values("abc", "", "0", "4", "-1", "x1", "0x1", "4294967297",
                                          "99999999999999999999"));
 
 class TypeWithoutConfiguration : public testing::TestWithParam<std::string> {};
 
 TEST_P(TypeWithoutConfiguration, LeavesTheMarkerAsItIs) {
-    writeFile(kMarker, "");
+    writeFile(kMarker, "kept");
     ProgramRun run = runProgram({GetParam(), "missing.xml", "", "0"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, kBanner);
-    EXPECT_TRUE(exists(kMarker));
+    EXPECT_EQ(readFile(kMarker), "kept");
 
     std::filesystem::remove(kMarker);
     run = runProgram({GetParam(), "missing.xml", "", "0"});

@@ -7,31 +7,8 @@ namespace {
 
 using testing::ElementsAre;
 
-const char kUsage[] = "usage:[exe][Type][MCUUpdateConfigFile][MCUUpdateFilePath][Timeout]\n";
 const char kBanner[] =
     "========================\n MCUUpdateTool Ver 2.10 \n========================\n";
-
-class WrongArgumentCount : public testing::TestWithParam<std::vector<std::string>> {};
-
-TEST_P(WrongArgumentCount, ShowsTheUsageAndLeavesTheNoteAlone) {
-    Device device;
-    const auto note = device.runDirectory() / "log" / "MCUUpdateNote.log";
-    std::filesystem::create_directories(note.parent_path());
-    writeText(note, "of an earlier run");
-
-    const RunResult result = device.runTool(GetParam());
-
-    EXPECT_EQ(result.status, 255);
-    EXPECT_EQ(result.output, kUsage);
-    EXPECT_EQ(result.note, "of an earlier run");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Arguments, WrongArgumentCount,
-    testing::Values(std::vector<std::string>{"1", "/job/update.xml", "/job/firmware/"},
-                    std::vector<std::string>{"1", "/job/update.xml", "/job/firmware/", "3", "4"},
-                    std::vector<std::string>{}),
-    [](const auto& tested) { return "Given" + std::to_string(tested.param.size()); });
 
 class UnknownType : public testing::TestWithParam<const char*> {};
 
@@ -52,15 +29,6 @@ TEST_P(UnknownType, DoesNothingButShowTheBanner) {
 
 INSTANTIATE_TEST_SUITE_P(Types, UnknownType, testing::Values("0", "abc", "7"),
                          [](const auto& tested) { return std::string(tested.param); });
-
-TEST(Note, OfAnEarlierRunIsReplaced) {
-    Device device;
-    const auto note = device.runDirectory() / "log" / "MCUUpdateNote.log";
-    std::filesystem::create_directories(note.parent_path());
-    writeText(note, "of an earlier run");
-
-    EXPECT_EQ(device.runTool({"0", "x", "y", "3"}).note, kBanner);
-}
 
 TEST(Reboot, SendsExactlyTheRebootFrame) {
     Device device;
@@ -98,15 +66,6 @@ TEST(Reboot, WithoutTheDeviceEndsAfterTheFailedOpening) {
 
     EXPECT_EQ(result.status, 0);
     expectNote(result, "open-failed.note");
-}
-
-TEST(Reboot, WithoutAConfigurationEndsAfterTheBanner) {
-    Device device;
-
-    const RunResult result = device.runTool({"2", "/job/update.xml", "/job/firmware/", "3"});
-
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.note, kBanner);
 }
 
 }  // namespace

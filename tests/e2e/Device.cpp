@@ -106,7 +106,6 @@ RunResult Device::runTool(const std::vector<std::string>& arguments) {
     const fs::path note = runDirectory() / "log" / "MCUUpdateNote.log";
     result.output = readText(m_directory / "stdout");
     result.errors = readText(m_directory / "stderr");
-    result.noteExists = fs::exists(note);
     result.note = readText(note);
     result.markerExists = fs::exists(jobFile("MCUUpdateSuccess"));
     return result;

@@ -16,7 +16,6 @@ struct RunResult {
     std::string output;         // standard output
     std::string errors;         // standard error
     std::string note;           // the note log
-    bool noteExists = false;    // whether there is a note log at all
     bool markerExists = false;  // whether the marker file stands in the working directory
 };
 

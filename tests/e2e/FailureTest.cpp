@@ -13,37 +13,12 @@ void expectNothingDone(const RunResult& result) {
     expectNote(result, kBannerOnly);
 }
 
-TEST(Configuration, ThatIsMissingLeavesTheMarkerAlone) {
-    Device device;
-    writeText(device.jobFile("MCUUpdateSuccess"), "kept");
-
-    expectNothingDone(device.update(kTimeout));
-    EXPECT_EQ(readText(device.jobFile("MCUUpdateSuccess")), "kept");
-}
-
-TEST(Configuration, ThatIsMissingCreatesNoMarker) {
-    Device device;
-
-    const RunResult result = device.update(kTimeout);
-
-    expectNothingDone(result);
-    EXPECT_FALSE(result.markerExists);
-}
-
 TEST(Configuration, ThatIsMalformedEndsTheJobBeforeTheLineIsOpened) {
     Device device;
     device.firmware("arm1.bin", arm1Image({2, 1, 0}));
     writeText(device.jobFile("update.xml"), "<Configure name=\"UpdateConfig\"><Configure");
 
     expectNothingDone(device.update(kTimeout));
-}
-
-TEST(Configuration, ThatIsNotLoadedStartsNoWatchdog) {
-    Device device;
-
-    const RunResult result = device.update(kTimeout);
-
-    EXPECT_EQ(result.output.find("gpio_wtd"), std::string::npos) << result.output;
 }
 
 class RequiredKey : public testing::TestWithParam<const char*> {};

@@ -147,6 +147,11 @@ TEST(Load, ReplacesTheDocumentLoadedBefore) {
     EXPECT_EQ(loaded.tool().getName(), "Other");
 }
 
+TEST(Load, TakesAByteOrderMarkUnderEncodingOne) {
+    Loaded loaded("\xEF\xBB\xBF" + section(""));
+    EXPECT_TRUE(loaded.has("S"));
+}
+
 TEST(Load, ReadsUtf8CharactersUnderEncodingOne) {
     Loaded loaded(section("a=\"\xE8\xAE\xBE\xE5\xA4\x87\""));
     std::string value;
