@@ -1,66 +1,21 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <atomic>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <optional>
-#include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "app/MCUUpdater.h"
-#include "mcu/UpdateNote.h"
-#include "technic/TimeUtil.h"
-#include "tests/app/FakeMcu.h"
-#include "tests/app/NoThreads.h"
-#include "tests/app/SleepHook.h"
+#include "tests/app/UpdaterFixture.h"
 #include "tests/mcu/LineStatus.h"
 #include "tests/mcu/NoteFile.h"
-#include "tests/mcu/OutputCapture.h"
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
-const Bytes kHardwareAb01 = {0xFE, 0x06, 0x0C, 0x02, 0xAB, 0x01, 0xC0, 0xFF};
-const Bytes kVersion210 = {0xFE, 0x06, 0x02, 0x03, 0x02, 0x01, 0x00, 0x0E, 0xFF};
-const Bytes kBootState = {0xFE, 0x05, 0x02, 0x01, 0x01, 0x09, 0xFF};
-const Bytes kAppState = {0xFE, 0x05, 0x02, 0x01, 0x00, 0x08, 0xFF};
-const Bytes kRefused = {0xFE, 0x05, 0x06, 0x01, 0x01, 0x0D, 0xFF};
-const Bytes kPermitted = {0xFE, 0x05, 0x06, 0x01, 0x00, 0x0C, 0xFF};
-
-// Long enough for an answer on a busy machine, and short enough where none is to come.
-constexpr int kPatientSeconds = 10;
-constexpr int kImpatientSeconds = 1;
-
-constexpr long kBootWaitMilliseconds = 1000;
-constexpr long kStopPollMilliseconds = 100;
-
-// Does something before each sleep of any thread.
-class AtSleep : public SleepHook {
-  public:
-    explicit AtSleep(std::function<void(long milliseconds)> action) : m_action(std::move(action)) {}
-
-    long beforeSleep(long milliseconds) override {
-        m_action(milliseconds);
-        return milliseconds;
-    }
-
-  private:
-    const std::function<void(long)> m_action;
-};
+using namespace answers;
 
 void tellSleep(long milliseconds) {
     (void)std::printf("slept %ld ms\n", milliseconds);
@@ -78,94 +33,6 @@ std::vector<Bytes> atTheTenthTime(const Bytes& answer) {
     answers.push_back(answer);
     return answers;
 }
-
-class Updater : public testing::Test {
-  protected:
-    void SetUp() override {
-        UpdateNote::remove();
-        entry.armType = 3;
-        entry.armName = "ARM3";
-        entry.filePath = "arm3.bin";
-        entry.fileVersion = "210";
-        entry.fileHardware = "ab01";
-        mcu.answer(FakeMcu::kHardware, {kHardwareAb01});
-        mcu.answer(FakeMcu::kVersion, {kVersion210});
-        mcu.answer(FakeMcu::kState, {kBootState});
-        mcu.answer(FakeMcu::kUpdate, {kRefused});
-    }
-
-    // One attempt from beginning to end; the result, what was asked and what was printed.
-    void attempt(std::optional<int> timeoutSeconds = kPatientSeconds) {
-        mcu.start();
-        const OutputCapture output(1);
-        {
-            std::optional<NoThreads> noKeeper;
-            if (!hasKeeper) {
-                noKeeper.emplace();
-            }
-            MCUUpdater updater;
-            updater.setEntry(entry);
-            updater.setDeviceName(deviceName);
-            updater.setParam(115200, 8, 0, 0);
-            if (timeoutSeconds) {
-                updater.setTimeout(*timeoutSeconds);
-            }
-            result = updater.update();
-            portsAtTheEnd = openPorts();
-        }
-        requests = mcu.stop();
-        printed = output.text();
-    }
-
-    // How many descriptors of the line this process has; the test's own is always among them.
-    long openPorts() const {
-        const std::filesystem::directory_iterator open("/proc/self/fd");
-        return std::count_if(begin(open), end(open), [this](const auto& descriptor) {
-            std::error_code gone;
-            return std::filesystem::read_symlink(descriptor, gone) == mcu.line().path();
-        });
-    }
-
-    // The note's lines of the sequence itself. The first one follows the blank with which the
-    // session's parameters end.
-    static Texts steps() {
-        Texts found;
-        std::istringstream note(noteText());
-        for (std::string line; std::getline(note, line);) {
-            const std::size_t begin = line.find("MCUUpdater ");
-            if (begin <= 1) {
-                found.push_back(line.substr(begin));
-            }
-        }
-        return found;
-    }
-
-    // What was printed but for what tells of single bytes and of the session.
-    Texts transcript() const {
-        constexpr std::array<const char*, 9> kBegins = {
-            "slept ",  "no thread",        "MCUUpdater ",    "SendCommand : ", "Cur ",
-            "Update ", "Not boot state. ", "can not getMCU", "Do not need "};
-        Texts found;
-        std::istringstream lines(printed);
-        for (std::string line; std::getline(lines, line);) {
-            line.erase(0, line.find_first_not_of(' '));
-            if (std::any_of(kBegins.begin(), kBegins.end(),
-                            [&](const char* text) { return line.rfind(text, 0) == 0; })) {
-                found.push_back(line);
-            }
-        }
-        return found;
-    }
-
-    PreparedEntry entry;
-    FakeMcu mcu;
-    std::string deviceName = mcu.line().path();
-    bool hasKeeper = true;
-    int result = -1;
-    long portsAtTheEnd = -1;
-    Texts requests;
-    std::string printed;
-};
 
 // Without the keeper, whose lines come at any time.
 TEST_F(Updater, TakesItsStepsAndItsWaitsInOrder) {
@@ -233,25 +100,6 @@ TEST_F(Updater, IsContentWithAnMcuThatIsUpToDate) {
     EXPECT_THAT(noteText(),
                 HasSubstr("Cur FileVer: 210   Update FileVer: 210  ForceUpdate=0 HigherVer=0\n"
                           "Do not need update....\n"));
-}
-
-// In the boot loop, whose waits leave the line to the keeper.
-TEST_F(Updater, KeepsTheMcuFromUploadingEveryTwoSecondsWhileItAsks) {
-    entry.fileVersion = "211";
-    mcu.answer(FakeMcu::kState, {kAppState});
-    const pid_t ownThread = gettid();
-    std::atomic<int> sleeps{0};
-    std::atomic<int> sleepsOfOtherLength{0};
-    const AtSleep watch([&](long milliseconds) {
-        if (gettid() != ownThread) {
-            ++(milliseconds == 2000 ? sleeps : sleepsOfOtherLength);
-        }
-    });
-    attempt();
-    EXPECT_GE(sleeps, 2);
-    EXPECT_EQ(sleepsOfOtherLength, 0);
-    // One in the clean-up and one before the hardware question are not the keeper's.
-    EXPECT_GT(mcu.stopUploadCount(), 2);
 }
 
 TEST_F(Updater, StopsAtOtherHardware) {
@@ -372,12 +220,6 @@ TEST_F(Updater, AsksForPermissionTenTimes) {
     EXPECT_EQ(requests, expected);
 }
 
-TEST_F(Updater, StopsTheWorkerOfAFailedAttemptWhenItGoes) {
-    entry.fileHardware = "ab02";
-    attempt();
-    EXPECT_THAT(printed, HasSubstr("force stop thread(doCycleWorks,"));
-}
-
 TEST_F(Updater, GivesUpAnMcuThatCannotBeOrderedTenTimes) {
     entry.fileVersion = "211";
     mcu.answer(FakeMcu::kState, {kAppState});
@@ -394,92 +236,6 @@ TEST_F(Updater, GivesUpAnMcuThatCannotBeOrderedTenTimes) {
     expected.insert(expected.end(), 10, FakeMcu::kSetToBoot);
     expected.insert(expected.end(), 10, FakeMcu::kStartUpload);
     EXPECT_EQ(requests, expected);
-}
-
-TEST_F(Updater, ClosesTheLineAtTheEnd) {
-    attempt();
-    EXPECT_EQ(portsAtTheEnd, 1);
-}
-
-TEST_F(Updater, ClosesTheLineBeforeItWaitsForItsKeeper) {
-    entry.fileVersion = "211";
-    mcu.answer(FakeMcu::kUpdate, {kPermitted});
-    std::vector<long> portsMeanwhile;
-    const AtSleep watch([&](long milliseconds) {
-        if (milliseconds == kStopPollMilliseconds) {
-            portsMeanwhile.push_back(openPorts());
-        }
-    });
-    attempt();
-    EXPECT_THAT(portsMeanwhile, Each(1));
-}
-
-TEST_F(Updater, FailsWhenTheDeviceIsGoneBeforeTheTransfer) {
-    entry.fileVersion = "211";
-    mcu.answer(FakeMcu::kState, {kAppState, kBootState});
-    mcu.answer(FakeMcu::kUpdate, {kPermitted});
-    deviceName = "line";
-    std::filesystem::create_symlink(mcu.line().path(), deviceName);
-    hasKeeper = false;
-    const AtSleep inTheFirstRound([&](long milliseconds) {
-        if (milliseconds == kBootWaitMilliseconds) {
-            std::filesystem::remove(deviceName);
-        }
-    });
-    attempt();
-    EXPECT_EQ(result, 0);
-    EXPECT_THAT(noteText(), HasSubstr("MCUUpdater X modem start....\nOpen File Fail  \n"
-                                      "MCUSessionControler::communicate 1111111111\n"));
-}
-
-TEST_F(Updater, SetsTheLineUpAgainForTheTransfer) {
-    entry.fileVersion = "211";
-    mcu.answer(FakeMcu::kState, {kAppState, kBootState});
-    mcu.answer(FakeMcu::kUpdate, {kPermitted});
-    hasKeeper = false;
-    const AtSleep inTheFirstRound([&](long milliseconds) {
-        if (milliseconds == kBootWaitMilliseconds) {
-            termios other = mcu.line().settings();
-            (void)cfsetspeed(&other, B1200);
-            other.c_cflag |= CSTOPB;
-            mcu.line().setSettings(other);
-        }
-    });
-    attempt();
-    const termios settings = mcu.line().settings();
-    EXPECT_EQ(cfgetospeed(&settings), static_cast<speed_t>(B115200));
-    EXPECT_EQ(settings.c_cflag & CSTOPB, 0U);
-}
-
-// Each read of the silent line takes three seconds and is followed by a short pause.
-TEST_F(Updater, WaitsFifteenSecondsForTheTransferToBegin) {
-    constexpr long kPauseMilliseconds = 5;
-    std::ofstream(entry.filePath) << "image";
-    entry.fileVersion = "211";
-    mcu.answer(FakeMcu::kUpdate, {kPermitted});
-    hasKeeper = false;
-    int reads = 0;
-    const AtSleep afterEachRead(
-        [&](long milliseconds) { reads += milliseconds == kPauseMilliseconds ? 1 : 0; });
-    attempt(5);
-    EXPECT_EQ(result, 0);
-    EXPECT_THAT(noteText(), HasSubstr("Revcice Command TimeOut"));
-    EXPECT_GE(reads, 5);
-    EXPECT_LE(reads, 7);
-}
-
-TEST(UpdaterWithoutDevice, FailsAtOnceAndSendsNothing) {
-    UpdateNote::remove();
-    const long long before = monotonicSeconds();
-    MCUUpdater updater;
-    updater.setDeviceName("/no/such/tty");
-    updater.setParam(115200, 8, 0, 2);
-    updater.setTimeout(1000);
-    EXPECT_EQ(updater.update(), 0);
-    EXPECT_LT(monotonicSeconds() - before, 1000);
-    EXPECT_EQ(noteText(),
-              " m_strDeviceName = /no/such/tty\n m_nBaudrate = 115200\n m_nDatabits = 8\n"
-              " m_nStopbits = 0\n m_nParity = 2\n ");
 }
 
 }  // namespace

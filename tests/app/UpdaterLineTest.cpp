@@ -1,61 +1,38 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <termios.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "app/MCUUpdater.h"
 #include "mcu/UpdateNote.h"
 #include "technic/DevicePaths.h"
-#include "tests/app/FakeMcu.h"
+#include "technic/TimeUtil.h"
 #include "tests/app/JobFolder.h"
+#include "tests/app/UpdaterFixture.h"
 #include "tests/mcu/NoteFile.h"
+
+using testing::Each;
+using testing::HasSubstr;
 
 namespace {
 
-const Bytes kHardwareAb01 = {0xFE, 0x06, 0x0C, 0x02, 0xAB, 0x01, 0xC0, 0xFF};
-const Bytes kHardwareAb02 = {0xFE, 0x06, 0x0C, 0x02, 0xAB, 0x02, 0xC1, 0xFF};
-const Bytes kVersion210 = {0xFE, 0x06, 0x02, 0x03, 0x02, 0x01, 0x00, 0x0E, 0xFF};
-const Bytes kBootState = {0xFE, 0x05, 0x02, 0x01, 0x01, 0x09, 0xFF};
-const Bytes kPermitted = {0xFE, 0x05, 0x06, 0x01, 0x00, 0x0C, 0xFF};
-const Bytes kNothing = {};
+using namespace answers;
 
-constexpr int kTimeoutSeconds = 10;
 constexpr int kStartUploadAttempts = 10;
+constexpr long kStopPollMilliseconds = 100;
 
-class UpdaterLine : public testing::Test {
-  protected:
-    void SetUp() override {
-        UpdateNote::remove();
-        entry.armType = 3;
-        entry.filePath = "no-such-file.bin";
-        entry.fileHardware = "ab01";
-        mcu.answer(FakeMcu::kHardware, {kHardwareAb01});
-        mcu.answer(FakeMcu::kVersion, {kVersion210});
-        mcu.answer(FakeMcu::kState, {kBootState});
-        mcu.answer(FakeMcu::kUpdate, {kPermitted});
-    }
-
-    int attempt() {
-        mcu.start();
-        int result = -1;
-        {
-            MCUUpdater updater;
-            updater.setEntry(entry);
-            updater.setDeviceName(mcu.line().path());
-            updater.setParam(115200, 8, 0, 0);
-            updater.setTimeout(kTimeoutSeconds);
-            result = updater.update();
-        }
-        (void)mcu.stop();
-        return result;
-    }
-
-    PreparedEntry entry;
-    FakeMcu mcu;
-};
+class UpdaterLine : public Updater {};
 
 TEST_F(UpdaterLine, IsLeftByTheKeeperAndClosedFromTheTransferOn) {
     entry.fileVersion = "211";
-    EXPECT_EQ(attempt(), 0);
+    entry.filePath = "no-such-file.bin";
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    attempt();
+    EXPECT_EQ(result, 0);
     const std::string transfer = "MCUUpdater X modem start....\n";
     std::string expected = transfer + "Xmodem start !! \nCan't open file!";
     for (int count = 0; count < kStartUploadAttempts; ++count) {
@@ -72,9 +49,120 @@ TEST_F(UpdaterLine, IsLeftByTheKeeperAndClosedFromTheTransferOn) {
 }
 
 TEST_F(UpdaterLine, IsClearedOfWhatCameBeforeTheFirstQuestion) {
-    entry.fileVersion = "210";
-    mcu.answer(FakeMcu::kStopUpload, {kHardwareAb02, kNothing});
-    EXPECT_EQ(attempt(), 1);
+    mcu.answer(FakeMcu::kStopUpload, {kHardwareAb02, Bytes{}});
+    attempt();
+    EXPECT_EQ(result, 1);
+}
+
+// In the boot loop, whose waits leave the line to the keeper.
+TEST_F(UpdaterLine, KeepsTheMcuFromUploadingEveryTwoSecondsWhileItAsks) {
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kState, {kAppState});
+    const pid_t ownThread = gettid();
+    std::atomic<int> sleeps{0};
+    std::atomic<int> sleepsOfOtherLength{0};
+    const AtSleep watch([&](long milliseconds) {
+        if (gettid() != ownThread) {
+            ++(milliseconds == 2000 ? sleeps : sleepsOfOtherLength);
+        }
+    });
+    attempt();
+    EXPECT_GE(sleeps, 2);
+    EXPECT_EQ(sleepsOfOtherLength, 0);
+    // One in the clean-up and one before the hardware question are not the keeper's.
+    EXPECT_GT(mcu.stopUploadCount(), 2);
+}
+
+TEST_F(UpdaterLine, StopsTheWorkerOfAFailedAttemptWhenItGoes) {
+    entry.fileHardware = "ab02";
+    attempt();
+    EXPECT_THAT(printed, HasSubstr("force stop thread(doCycleWorks,"));
+}
+
+TEST_F(UpdaterLine, ClosesTheLineAtTheEnd) {
+    attempt();
+    EXPECT_EQ(portsAtTheEnd, 1);
+}
+
+TEST_F(UpdaterLine, ClosesTheLineBeforeItWaitsForItsKeeper) {
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    std::vector<long> portsMeanwhile;
+    const AtSleep watch([&](long milliseconds) {
+        if (milliseconds == kStopPollMilliseconds) {
+            portsMeanwhile.push_back(openPorts());
+        }
+    });
+    attempt();
+    EXPECT_THAT(portsMeanwhile, Each(1));
+}
+
+TEST_F(UpdaterLine, FailsWhenTheDeviceIsGoneBeforeTheTransfer) {
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kState, {kAppState, kBootState});
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    deviceName = "line";
+    std::filesystem::create_symlink(mcu.line().path(), deviceName);
+    hasKeeper = false;
+    const AtSleep inTheFirstRound([&](long milliseconds) {
+        if (milliseconds == kBootWaitMilliseconds) {
+            std::filesystem::remove(deviceName);
+        }
+    });
+    attempt();
+    EXPECT_EQ(result, 0);
+    EXPECT_THAT(noteText(), HasSubstr("MCUUpdater X modem start....\nOpen File Fail  \n"
+                                      "MCUSessionControler::communicate 1111111111\n"));
+}
+
+TEST_F(UpdaterLine, SetsTheLineUpAgainForTheTransfer) {
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kState, {kAppState, kBootState});
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    hasKeeper = false;
+    const AtSleep inTheFirstRound([&](long milliseconds) {
+        if (milliseconds == kBootWaitMilliseconds) {
+            termios other = mcu.line().settings();
+            (void)cfsetspeed(&other, B1200);
+            other.c_cflag |= CSTOPB;
+            mcu.line().setSettings(other);
+        }
+    });
+    attempt();
+    const termios settings = mcu.line().settings();
+    EXPECT_EQ(cfgetospeed(&settings), static_cast<speed_t>(B115200));
+    EXPECT_EQ(settings.c_cflag & CSTOPB, 0U);
+}
+
+// Each read of the silent line takes three seconds and is followed by a short pause.
+TEST_F(UpdaterLine, WaitsFifteenSecondsForTheTransferToBegin) {
+    constexpr long kPauseMilliseconds = 5;
+    writeFile(entry.filePath, "image");
+    entry.fileVersion = "211";
+    mcu.answer(FakeMcu::kUpdate, {kPermitted});
+    hasKeeper = false;
+    int reads = 0;
+    const AtSleep afterEachRead(
+        [&](long milliseconds) { reads += milliseconds == kPauseMilliseconds ? 1 : 0; });
+    attempt(5);
+    EXPECT_EQ(result, 0);
+    EXPECT_THAT(noteText(), HasSubstr("Revcice Command TimeOut"));
+    EXPECT_GE(reads, 5);
+    EXPECT_LE(reads, 7);
+}
+
+TEST(UpdaterWithoutDevice, FailsAtOnceAndSendsNothing) {
+    UpdateNote::remove();
+    const long long before = monotonicSeconds();
+    MCUUpdater updater;
+    updater.setDeviceName("/no/such/tty");
+    updater.setParam(115200, 8, 0, 2);
+    updater.setTimeout(1000);
+    EXPECT_EQ(updater.update(), 0);
+    EXPECT_LT(monotonicSeconds() - before, 1000);
+    EXPECT_EQ(noteText(),
+              " m_strDeviceName = /no/such/tty\n m_nBaudrate = 115200\n m_nDatabits = 8\n"
+              " m_nStopbits = 0\n m_nParity = 2\n ");
 }
 
 }  // namespace
