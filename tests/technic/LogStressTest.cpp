@@ -1,19 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "technic/LogFile.h"
 #include "technic/SystemLogger.h"
 #include "tests/technic/DeviceFolder.h"
 #include "tests/technic/LoggerProcess.h"
+#include "tests/technic/RunOnThreads.h"
 
 namespace {
 
@@ -51,21 +50,11 @@ Lines sorted(Lines lines) {
 
 // Lets every writer write its lines at the same time as the others.
 void writeAtTheSameTime(const std::function<void(const std::string& text)>& write) {
-    std::atomic<int> waiting{kWriters};
-    std::vector<std::thread> writers;
-    for (int writer = 0; writer < kWriters; ++writer) {
-        writers.emplace_back([&write, &waiting, writer] {
-            for (--waiting; waiting > 0;) {
-                std::this_thread::yield();
-            }
-            for (int number = 0; number < kLinesOfAWriter; ++number) {
-                write(textOf(writer, number));
-            }
-        });
-    }
-    for (std::thread& writer : writers) {
-        writer.join();
-    }
+    runOnThreads(kWriters, [&write](std::size_t writer) {
+        for (int number = 0; number < kLinesOfAWriter; ++number) {
+            write(textOf(static_cast<int>(writer), number));
+        }
+    });
 }
 
 Lines linesOf(const std::string& path) {

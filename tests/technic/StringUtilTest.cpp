@@ -62,36 +62,25 @@ TEST(WideToUtf8, InvalidInputFailsAndLeavesTheDestination) {
     EXPECT_EQ(utf8, "former");
 }
 
-struct BufferCase {
-    const char* name;
-    void (*convertThreeCharacters)();
-};
-
-class ConversionBuffer : public testing::TestWithParam<BufferCase> {};
-
-TEST_P(ConversionBuffer, IsATrackedAllocationOfFourBytesForEachUnitAndOneMore) {
-    GetParam().convertThreeCharacters();
+std::string dumpedHistory() {
     StdoutCapture capture;
     dumpAllocHistory();
-    EXPECT_THAT(capture.text(),
-                testing::ContainsRegex("alloc in string_util.cpp line [0-9]+ size=16,"));
+    return capture.text();
 }
 
-void convertToWide() {
+// The lengths are no other test's.
+TEST(ConversionBuffer, OfUtf8IsATrackedAllocationOfFourBytesForEachByteAndOneMore) {
     std::wstring wide;
-    utf8ToWide("abc", wide);
+    utf8ToWide(std::string(776, 'x') + "\xC3\xA9", wide);
+    EXPECT_THAT(dumpedHistory(),
+                testing::ContainsRegex("alloc in string_util.cpp line [0-9]+ size=3116,"));
 }
 
-void convertToUtf8() {
+TEST(ConversionBuffer, OfWideIsATrackedAllocationOfFourBytesForEachCharacterAndOneMore) {
     std::string utf8;
-    wideToUtf8(L"abc", utf8);
+    wideToUtf8(std::wstring(888, L'x'), utf8);
+    EXPECT_THAT(dumpedHistory(),
+                testing::ContainsRegex("alloc in string_util.cpp line [0-9]+ size=3556,"));
 }
-
-INSTANTIATE_TEST_SUITE_P(Directions, ConversionBuffer,
-                         testing::Values(BufferCase{"ToWide", convertToWide},
-                                         BufferCase{"ToUtf8", convertToUtf8}),
-                         [](const testing::TestParamInfo<BufferCase>& row) {
-                             return row.param.name;
-                         });
 
 }  // namespace

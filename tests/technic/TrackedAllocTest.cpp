@@ -11,6 +11,7 @@
 #include <future>
 #include <memory>
 #include <new>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -20,6 +21,7 @@
 #include "technic/AllocHistory.h"
 #include "technic/SourceLocation.h"
 #include "tests/technic/BlockedStdout.h"
+#include "tests/technic/RunOnThreads.h"
 #include "tests/technic/StdoutCapture.h"
 
 namespace {
@@ -80,6 +82,29 @@ TEST(AllocHistory, The101stEntryOverwritesTheFirstAndIsDumpedInItsPlace) {
         expected += dumpedLine(nullptr, "Ring.cpp line " + std::to_string(line) + " size=1");
     }
     EXPECT_EQ(dumpOf(history), expected);
+}
+
+TEST(AllocHistory, EveryAllocationOfEveryThreadTakesOneWholeEntry) {
+    constexpr std::size_t kThreads = 4;
+    constexpr std::size_t kOfEach = 10000;
+    AllocHistory history;
+    runOnThreads(kThreads, [&history](std::size_t thread) {
+        for (std::size_t i = 1; i <= kOfEach; ++i) {
+            const std::size_t number = thread * kOfEach + i;
+            history.record(reinterpret_cast<const void*>(number), number, "Many.cpp",
+                           static_cast<int>(number));
+        }
+    });
+    std::set<std::uint32_t> numbers;
+    for (std::size_t i = 0; i < AllocHistory::kEntryCount; ++i) {
+        const AllocHistory::Entry& entry = history.entry(i);
+        EXPECT_EQ(entry.address, entry.size);
+        EXPECT_EQ(entry.line, static_cast<int>(entry.size));
+        numbers.insert(entry.size);
+    }
+    EXPECT_EQ(numbers.size(), AllocHistory::kEntryCount);
+    history.record(nullptr, 0, "Next.cpp", 0);
+    EXPECT_STREQ(history.entry(0).file, "Next.cpp");
 }
 
 TEST(AllocHistory, NamesTheThreadThatAllocatedAndTheThreadThatDumps) {
@@ -212,28 +237,18 @@ std::vector<std::string> linesOf(const std::string& text) {
 }
 
 TEST(TrackedAlloc, DumpsStayWholeWhileThreadsAllocateAndDump) {
-    constexpr std::size_t kDumpers = 3;
+    constexpr std::size_t kDumpers = 4;
     constexpr std::size_t kDumpsOfEach = 10;
     constexpr std::size_t kLinesOfADump = 102;
-    std::vector<std::thread> threads;
     StdoutCapture capture;
-    for (std::size_t i = 0; i < 5; ++i) {
-        threads.emplace_back([] {
-            for (int round = 1; round <= 2000; ++round) {
-                const std::unique_ptr<int> object(new (KD_HERE) int(round));
-            }
-        });
-    }
-    for (std::size_t i = 0; i < kDumpers; ++i) {
-        threads.emplace_back([] {
-            for (std::size_t dump = 0; dump < kDumpsOfEach; ++dump) {
-                dumpAllocHistory();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    runOnThreads(kDumpers + 4, [](std::size_t thread) {
+        for (std::size_t dump = 0; thread < kDumpers && dump < kDumpsOfEach; ++dump) {
+            dumpAllocHistory();
+        }
+        for (int round = 0; thread >= kDumpers && round < 2000; ++round) {
+            const std::unique_ptr<int> object(new (KD_HERE) int(round));
+        }
+    });
     const testing::Matcher<std::string> isEntry = testing::MatchesRegex(
         "Latest newed Mem:address\\(0x[0-9a-f]{8}\\),alloc in .+ line [0-9]+ size=[0-9]+,"
         "pid=[0-9]+");
