@@ -5,6 +5,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "technic/GThread.h"
@@ -73,6 +74,31 @@ TEST_F(HungWorker, GivesBackTheMutexThatItHolds) {
         hang();
         return 0;
     });
+    EXPECT_EQ(mutex.lock(KD_HERE), 0);
+    mutex.unlock(KD_HERE);
+}
+
+TEST_F(HungWorker, KilledWhileItWaitsForAMutexGivesItBackWhenItGetsIt) {
+    KdMutex mutex;
+    bool isPast = false;
+    Works works;
+    works.cycle = [&] {
+        m_entered = true;
+        const KdMutexGuard guard(mutex, KD_HERE);
+        sleepFor(0, 0);
+        isPast = true;
+        return 1;
+    };
+    TestWorker worker(works);
+    worker.setStopTimeout(0);
+    mutex.lock(KD_HERE);
+    worker.start();
+    waitFor(m_entered);
+    std::thread stopper([&worker] { EXPECT_EQ(worker.stop(), 1); });
+    worker.waitForEnd();
+    mutex.unlock(KD_HERE);
+    stopper.join();
+    EXPECT_FALSE(isPast);
     EXPECT_EQ(mutex.lock(KD_HERE), 0);
     mutex.unlock(KD_HERE);
 }

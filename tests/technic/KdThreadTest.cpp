@@ -116,6 +116,21 @@ TEST_F(Thread, DoesNotRunBeforeItsStarterHasItsHandle) {
     EXPECT_TRUE(isRun);
 }
 
+TEST_F(Thread, CountsAsRunningWhileItIsBeingMade) {
+    bool isRunning = false;
+    int secondStart = 0;
+    Body* self = nullptr;
+    const ThreadCreation creation([&] {
+        isRunning = self->isRunning();
+        secondStart = self->start();
+    });
+    Body body([] { return 0; });
+    self = &body;
+    EXPECT_EQ(body.start(), 0);
+    EXPECT_TRUE(isRunning);
+    EXPECT_EQ(secondStart, -5);
+}
+
 TEST_F(Thread, ThatCannotBeMadeIsMinusTwoAndMayBeTriedAgain) {
     Body body([] { return 3; });
     {
