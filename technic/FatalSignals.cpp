@@ -1,4 +1,5 @@
 // What the process does with signals once the handlers are installed.
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -19,6 +20,9 @@ namespace {
 constexpr std::array<int, 10> kCaughtSignals = {SIGBUS,  SIGFPE,  SIGILL, SIGSEGV, SIGPIPE,
                                                 SIGABRT, SIGKILL, SIGHUP, SIGSTOP, SIGINT};
 
+// After these the process ends.
+constexpr std::array<int, 4> kFaults = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+
 // Not 0 when a fatal signal must not ask for a reboot of the device.
 std::atomic<int> suppressDeviceReboot{0};
 
@@ -38,7 +42,7 @@ bool isIgnored(int signo) {
 }
 
 bool isFault(int signo) {
-    return signo == SIGSEGV || signo == SIGBUS || signo == SIGFPE || signo == SIGILL;
+    return std::find(kFaults.begin(), kFaults.end(), signo) != kFaults.end();
 }
 
 void writeReport(int signo, const void* machineContext) {
@@ -57,8 +61,20 @@ void stopSystem() {
     }
 }
 
-// Gives the log and the reboot request a second to get out.
+// From now on the calling thread is interrupted by faults only.
+void holdOtherSignals() {
+    sigset_t held;
+    sigfillset(&held);
+    for (const int signo : kFaults) {
+        sigdelset(&held, signo);
+    }
+    (void)pthread_sigmask(SIG_BLOCK, &held, nullptr);
+}
+
+// Gives the log and the reboot request a second to get out. A signal that is otherwise ignored
+// would end the sleep.
 void endProcess() {
+    holdOtherSignals();
     std::puts("SIGBUS or SIGSEGV or SIGFPE or SIGILL , sleep  ...");
     sleepFor(1, 0);
     std::puts("SIGBUS or SIGSEGV or SIGFPE or SIGILL , after sleep !");

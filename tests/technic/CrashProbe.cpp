@@ -56,6 +56,7 @@ Options readOptions(int count, char** arguments) {
         {"frame", "kept"},    // the frame pointer at the fault
         {"chain", "short"},   // the calls before it: short or deep
         {"signal", "0"},      // its number
+        {"interrupt", "0"},   // whether the main thread gets an interrupt all the time
         {"workers", "0"},     // named threads that only wait
     };
     for (int i = 1; i < count; ++i) {
@@ -174,6 +175,16 @@ void withWorkers(int count, const std::function<void()>& work) {
     isDone = true;
 }
 
+// From now on, until the process ends.
+void interruptMainThread() {
+    std::thread([thread = pthread_self()] {
+        for (;;) {
+            pthread_kill(thread, SIGINT);
+            sleepFor(0, 1000);
+        }
+    }).detach();
+}
+
 void act(const Options& options) {
     const std::string& action = options.at("action");
     if (action == "fault") {
@@ -205,6 +216,9 @@ int main(int count, char** arguments) {
                                                          std::stoi(options.at("suppress")));
     if (options.at("stopped") == "1") {
         setSystemRunningFlag(0, "done");
+    }
+    if (options.at("interrupt") == "1") {
+        interruptMainThread();
     }
     withWorkers(std::stoi(options.at("workers")),
                 [&] { actOn(options.at("where"), [&] { act(options); }); });

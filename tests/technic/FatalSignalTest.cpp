@@ -174,13 +174,26 @@ TEST_F(FatalSignal, EndsTheProcessWithoutAControlDaemon) {
     EXPECT_EQ(rebootLog(), std::string(kStopRecord) + "TIME,[Reboot] \n");
 }
 
+// The time since the last record.
+auto timeSinceTheStop() {
+    const auto now = std::filesystem::file_time_type::clock::now();
+    return now - std::filesystem::last_write_time(device_paths::kRebootLog);
+}
+
 TEST_F(FatalSignal, LeavesARealSecondForTheReportToGetOut) {
     const CrashRun run({"action=fault"}, /*timeScale=*/1);
-    const auto end = std::filesystem::file_time_type::clock::now();
+    const auto pause = timeSinceTheStop();
     EXPECT_EQ(run.end(), "exit 255");
-    const auto pause = end - std::filesystem::last_write_time(device_paths::kRebootLog);
     EXPECT_GE(pause, std::chrono::seconds(1));
     EXPECT_LT(pause, std::chrono::seconds(2));
+}
+
+TEST_F(FatalSignal, LeavesThatSecondThroughOtherSignals) {
+    const CrashRun run({"action=fault", "interrupt=1"}, /*timeScale=*/10);
+    EXPECT_GE(timeSinceTheStop(), std::chrono::milliseconds(100));
+    EXPECT_EQ(run.end(), "exit 255");
+    EXPECT_EQ(run.output(),
+              outputOf(run, "the main thread", "Invalid memory segment access (ANSI)"));
 }
 
 TEST_F(FatalSignal, LetsAFailedAssertionsFirstSignalPassAfterTheReport) {

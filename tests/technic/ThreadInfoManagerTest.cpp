@@ -4,11 +4,11 @@
 
 #include <ostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "technic/DevicePaths.h"
 #include "tests/technic/DeviceFolder.h"
+#include "tests/technic/RunOnThreads.h"
 #include "tests/technic/RunningSystem.h"
 
 namespace {
@@ -32,16 +32,13 @@ class ThreadRegistry : public testing::Test {
     ThreadInfoManager& m_registry = *ThreadInfoManager::instance();
 };
 
-TEST_F(ThreadRegistry, IsOneForAllThreads) {
-    std::vector<ThreadInfoManager*> found(4);
-    std::vector<std::thread> threads;
-    for (ThreadInfoManager*& slot : found) {
-        threads.emplace_back([&slot] { slot = ThreadInfoManager::instance(); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(found, std::vector<ThreadInfoManager*>(4, &m_registry));
+// They are the first to ask for it, since each test is a process of its own.
+TEST(ThreadRegistryInstance, IsOneForAllThreads) {
+    std::vector<ThreadInfoManager*> found(8);
+    runOnThreads(found.size(),
+                 [&found](std::size_t index) { found[index] = ThreadInfoManager::instance(); });
+    EXPECT_NE(found[0], nullptr);
+    EXPECT_EQ(found, std::vector<ThreadInfoManager*>(8, found[0]));
 }
 
 TEST_F(ThreadRegistry, KnowsARegisteredThread) {
