@@ -13,6 +13,7 @@
 #include "technic/ThreadId.h"
 #include "technic/ThreadInfoManager.h"
 #include "technic/TimeUtil.h"
+#include "technic/TrackedAlloc.h"
 
 namespace {
 
@@ -98,14 +99,14 @@ class ThreadAttributes {
 }  // namespace
 
 KdThread::KdThread(std::string name)
-    : m_state(std::make_shared<KdThreadState>()), m_name(std::move(name)) {}
+    : m_state(new (KD_HERE) KdThreadState), m_name(std::move(name)) {}
 
 KdThread::~KdThread() noexcept(false) {
     stopWait();
 }
 
 int KdThread::start() {
-    auto launch = std::make_unique<Launch>(Launch{m_state, this, {}});
+    std::unique_ptr<Launch> launch(new (KD_HERE) Launch{m_state, this, {}});
     const std::future<void> gateClosed = launch->gateClosed.get_future();
     {
         const KdMutexGuard guard(m_state->stateLock, KD_HERE);
