@@ -17,7 +17,7 @@
 namespace {
 
 constexpr int kWriters = 8;
-constexpr int kLinesOfAWriter = 60;
+constexpr int kLinesOfAWriter = 200;
 
 using Lines = std::vector<std::string>;
 
@@ -105,7 +105,7 @@ class LogStress : public testing::Test {
 };
 
 TEST_F(LogStress, LoggerKeepsEveryLineOfEveryThreadInOrderThroughItsRotations) {
-    throughLogger(1, 100);
+    throughLogger(1, 200);
     const Lines lines = linesOfBackupsAndFile();
     EXPECT_TRUE(std::filesystem::exists(m_path + ".10"));
     EXPECT_EQ(sorted(lines), sorted(writtenByAll()));

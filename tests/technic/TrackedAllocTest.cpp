@@ -238,7 +238,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 TEST(TrackedAlloc, DumpsStayWholeWhileThreadsAllocateAndDump) {
     constexpr std::size_t kDumpers = 4;
-    constexpr std::size_t kDumpsOfEach = 10;
+    constexpr std::size_t kDumpsOfEach = 50;
     constexpr std::size_t kLinesOfADump = 102;
     StdoutCapture capture;
     runOnThreads(kDumpers + 4, [](std::size_t thread) {
