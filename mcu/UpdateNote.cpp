@@ -1,6 +1,7 @@
 #include "mcu/UpdateNote.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,8 +16,9 @@ namespace {
 
 constexpr mode_t kNoteMode = 0644;
 
-// The note's descriptor, held from the first message on. Opening the file for every message would
-// cost a multiple of writing it.
+// The note's descriptor, held from the first message on, as long as the note is where it was:
+// opening the file for every message would cost a multiple of looking whether it is there and
+// writing it.
 class NoteFile {
   public:
     NoteFile() { (void)m_lock.init(); }  // a new cell is never refused
@@ -41,24 +43,43 @@ class NoteFile {
 
     // The caller holds the lock.
     void remove() {
-        if (m_fd != -1) {
-            (void)::close(m_fd);  // nothing is lost: every write went straight to the file
-            m_fd = -1;
-        }
+        close();
         (void)::unlink(device_paths::kUpdateNoteLog);  // a missing note is no error
     }
 
   private:
     bool isOpen() {
+        if (m_fd != -1 && !isInPlace()) {
+            close();
+        }
         if (m_fd == -1) {
             m_fd = ::open(device_paths::kUpdateNoteLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC,
                           kNoteMode);
+            if (m_fd != -1) {
+                (void)::fstat(m_fd, &m_opened);  // zeros, should it fail: opened again next time
+            }
         }
         return m_fd != -1;
     }
 
+    // Whether nobody has deleted the note or put another file in its place.
+    bool isInPlace() const {
+        struct stat found {};
+        return ::stat(device_paths::kUpdateNoteLog, &found) == 0 &&
+               found.st_dev == m_opened.st_dev && found.st_ino == m_opened.st_ino;
+    }
+
+    void close() {
+        if (m_fd != -1) {
+            (void)::close(m_fd);  // nothing is lost: every write went straight to the file
+            m_fd = -1;
+            m_opened = {};
+        }
+    }
+
     MutexCell m_lock;
     int m_fd = -1;
+    struct stat m_opened {};
 };
 
 // Holds the note for one operation, which a cancelled thread still completes.

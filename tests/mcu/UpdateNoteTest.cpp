@@ -55,7 +55,7 @@ TEST_F(UpdateNoteTest, MessagesStandInTheNoteBeforeTheyArePrinted) {
         UpdateNote::log(message.c_str());
         (void)dup2(before, STDOUT_FILENO);  // closes the pipe's last writing end
     });
-    EXPECT_TRUE(awaitNote(message));
+    const bool isNotedFirst = awaitNote(message);
     std::string printed;
     std::string part(65536, '\0');
     for (ssize_t got = 1; got > 0;) {
@@ -64,6 +64,7 @@ TEST_F(UpdateNoteTest, MessagesStandInTheNoteBeforeTheyArePrinted) {
     }
     writer.join();
 
+    EXPECT_TRUE(isNotedFirst);
     EXPECT_TRUE(printed == message);
     (void)close(before);
     (void)close(ends[0]);
@@ -107,6 +108,28 @@ TEST_F(UpdateNoteTest, WhatStandsInTheNoteAlreadyIsKept) {
     UpdateNote::log("two\n");
 
     EXPECT_EQ(noteText(), "before\none\nbetween\ntwo\n");
+}
+
+TEST_F(UpdateNoteTest, ANoteThatSomebodyDeletesIsStartedAnew) {
+    UpdateNote::log("one\n");
+    ASSERT_TRUE(std::filesystem::remove(device_paths::kUpdateNoteLog));
+
+    UpdateNote::log("two\n");
+    UpdateNote::log("three\n");
+
+    EXPECT_EQ(noteText(), "two\nthree\n");
+}
+
+TEST_F(UpdateNoteTest, AMessageGoesToTheFileThatIsInTheNotesPlace) {
+    UpdateNote::log("one\n");
+    const std::string aside = std::string(device_paths::kUpdateNoteLog) + ".old";
+    std::filesystem::rename(device_paths::kUpdateNoteLog, aside);
+    std::ofstream(device_paths::kUpdateNoteLog) << "another\n";
+
+    UpdateNote::log("two\n");
+
+    EXPECT_EQ(noteText(), "another\ntwo\n");
+    std::filesystem::remove(aside);
 }
 
 TEST_F(UpdateNoteTest, ANoteThatCannotBeOpenedIsTriedAgainAndItsMessageStillPrinted) {
