@@ -11,7 +11,7 @@ class TickingClock {
     TickingClock(const TickingClock&) = delete;
     TickingClock& operator=(const TickingClock&) = delete;
 
-    // Somebody sets the clock back by a day before that look.
+    // Somebody sets the clock back by a hundred seconds before that look.
     void setBackBeforeLook(int look) { m_setBack = look; }
 
     int looks() const { return m_looks; }
