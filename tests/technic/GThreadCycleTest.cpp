@@ -76,6 +76,18 @@ TEST_F(WorkerCycle, LimitHoldsForOneRun) {
     EXPECT_EQ(calls, 10);
 }
 
+TEST_F(WorkerCycle, LimitIsForgottenWhenTheWorkEndsBeforeIt) {
+    int calls = 0;
+    Works works;
+    works.cycle = [&] { return ++calls == 2 || calls == 20 ? 1 : 0; };
+    TestWorker worker(works);
+    worker.setCycleLimit(5);
+    runToItsEnd(worker);
+    EXPECT_EQ(calls, 2);
+    runToItsEnd(worker);
+    EXPECT_EQ(calls, 20);
+}
+
 TEST_F(WorkerCycle, LimitIsForgottenByAStop) {
     int calls = 0;
     Works works;
