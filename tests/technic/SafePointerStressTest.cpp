@@ -22,7 +22,7 @@ class SafePointerStress : public testing::Test {
 };
 
 TEST_F(SafePointerStress, ThreadsCopyAndReleaseHandlesOfOneObject) {
-    constexpr int kRounds = 3000;
+    constexpr int kRounds = 20000;
     {
         const SafePointer<SafePointerAnimal> shared(new SafePointerDog);
         runOnThreads(kThreads, [&shared](std::size_t) {
