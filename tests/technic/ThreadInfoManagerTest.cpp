@@ -125,15 +125,23 @@ TEST(SignalLog, RecordsAndPrintsTheText) {
               "TIME,[SignalError] thread(x) received\n");
 }
 
-TEST(SignalLog, IsMovedAsideAt102400Bytes) {
+TEST(SignalLog, OfLessThan102400BytesIsWrittenOn) {
     const RunningSystem system;
     const StdoutCapture quiet;
     writeContent(device_paths::kSignalErrorLog, std::string(102399, 'x'));
     ThreadInfoManager::writeSignalError("one");
-    ThreadInfoManager::writeSignalError("two");
+    EXPECT_EQ(withoutTimes(contentOf(device_paths::kSignalErrorLog)),
+              std::string(102399, 'x') + "TIME,[SignalError] one\n");
+}
+
+TEST(SignalLog, Of102400BytesIsMovedAside) {
+    const RunningSystem system;
+    const StdoutCapture quiet;
+    writeContent(device_paths::kSignalErrorLog, std::string(102400, 'x'));
+    ThreadInfoManager::writeSignalError("one");
     const std::string backup = std::string(device_paths::kSignalErrorLog) + ".1";
-    EXPECT_EQ(withoutTimes(contentOf(device_paths::kSignalErrorLog)), "TIME,[SignalError] two\n");
-    EXPECT_EQ(contentOf(backup).substr(0, 102399), std::string(102399, 'x'));
+    EXPECT_EQ(withoutTimes(contentOf(device_paths::kSignalErrorLog)), "TIME,[SignalError] one\n");
+    EXPECT_EQ(contentOf(backup), std::string(102400, 'x'));
     std::filesystem::remove(backup);
 }
 
