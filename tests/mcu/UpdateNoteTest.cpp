@@ -15,6 +15,7 @@
 #include "technic/DevicePaths.h"
 #include "tests/mcu/NoteFile.h"
 #include "tests/mcu/OutputCapture.h"
+#include "tests/mcu/PseudoTerminal.h"
 
 namespace {
 
@@ -112,12 +113,14 @@ TEST_F(UpdateNoteTest, WhatStandsInTheNoteAlreadyIsKept) {
 
 TEST_F(UpdateNoteTest, ANoteThatSomebodyDeletesIsStartedAnew) {
     UpdateNote::log("one\n");
+    const std::size_t descriptors = openDescriptorCount();
     ASSERT_TRUE(std::filesystem::remove(device_paths::kUpdateNoteLog));
 
     UpdateNote::log("two\n");
     UpdateNote::log("three\n");
 
     EXPECT_EQ(noteText(), "two\nthree\n");
+    EXPECT_EQ(openDescriptorCount(), descriptors);
 }
 
 TEST_F(UpdateNoteTest, AMessageGoesToTheFileThatIsInTheNotesPlace) {
