@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <iterator>
 
+#include "technic/CancelGuard.h"
 #include "technic/KdRuntimeError.h"
 #include "technic/MutexCellGuard.h"
 #include "technic/SourceLocation.h"
@@ -50,6 +51,8 @@ SafePointerRecord* SafePointerRegistry::allocate(const void* object, const char*
     record->reset();
     record->setObject(object);
     if (m_records.size() > kWarningRecords) {
+        // A thread cancelled here would leave the record bound for ever.
+        const CancelGuard whilePrinting;
         std::printf(
             "Warning:too many SafePointer! new %s, pointer = 0x%08x, current SafePointor total num "
             "= %d\n",
@@ -71,6 +74,8 @@ void SafePointerRegistry::free(SafePointerRecord* record, const char* typeName) 
     record->setObject(nullptr);
     m_lastFreed = index;
     if (m_records.size() > kWarningRecords) {
+        // A thread cancelled here would leave the record, which may serve another object, locked.
+        const CancelGuard whilePrinting;
         // The object is cleared already, so the warning always shows address 0; kept as it is.
         std::printf(
             "Warning:too many SafePointer! delete %s, pointer = 0x%08x, current SafePointor total "

@@ -1,6 +1,7 @@
 #include "technic/SafePointer.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -174,7 +175,23 @@ TEST_F(SafePointerTest, ReleasedHandleCanBeAssignedAgain) {
     EXPECT_STREQ(handle->sound(), "bark");
 }
 
-// Makes the process's pool large, in a process of its own.
+// The process's pool just before it is large: the next handle makes it grow to 19072 records. For a
+// process of its own, whose standard output goes to standard error from then on.
+class AlmostLargePool {
+  public:
+    AlmostLargePool() {
+        while (m_handles.size() < 18944 - 1) {
+            m_handles.emplace_back(new int(0));
+        }
+        std::fflush(stdout);
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        (void)std::setvbuf(stdout, nullptr, _IONBF, 0);
+    }
+
+  private:
+    std::list<SafePointer<int>> m_handles;
+};
+
 TEST(SafePointerDeathTest, HandlesOfALargePoolWarnWithTheNameOfTheirType) {
     const char warnings[] =
         "^Warning:too many SafePointer! new 14SafePointerDog, pointer = 0x[0-9a-f]{8}, "
@@ -183,21 +200,40 @@ TEST(SafePointerDeathTest, HandlesOfALargePoolWarnWithTheNameOfTheirType) {
         "current SafePointor total num = 19072\n$";
     EXPECT_EXIT(
         {
-            std::list<SafePointer<int>> filling;
-            while (filling.size() < 18944 - 1) {
-                filling.emplace_back(new int(0));
-            }
-            std::fflush(stdout);
-            dup2(STDERR_FILENO, STDOUT_FILENO);
+            const AlmostLargePool pool;
             {
                 auto dog = std::make_unique<SafePointer<SafePointerDog>>(new SafePointerDog);
                 const SafePointer<SafePointerAnimal> animal(*dog);
                 dog.reset();
             }
-            std::fflush(stdout);
             std::_Exit(0);
         },
         testing::ExitedWithCode(0), warnings);
+}
+
+void* makeAndReleaseCancelled(void* record) {
+    pthread_cancel(pthread_self());
+    {
+        const SafePointer<SafePointerAnimal> handle(new SafePointerAnimal);
+        *static_cast<SafePointerRecord**>(record) = &recordOf(handle);
+    }
+    pthread_testcancel();
+    return nullptr;
+}
+
+TEST(SafePointerDeathTest, CancelledThreadLeavesNoRecordLockedOrBoundInALargePool) {
+    EXPECT_EXIT(
+        {
+            const AlmostLargePool pool;
+            SafePointerRecord* record = nullptr;
+            pthread_t thread{};
+            pthread_create(&thread, nullptr, makeAndReleaseCancelled, &record);
+            pthread_join(thread, nullptr);
+            const bool isGivenBack =
+                record != nullptr && record->getObject() == nullptr && !isHeld(record->mutex());
+            std::_Exit(isGivenBack ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "new 17SafePointerAnimal.*\n.*delete 17SafePointerAnimal");
 }
 
 TEST_F(SafePointerTest, RecordIsReusedByLaterHandles) {
