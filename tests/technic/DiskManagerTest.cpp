@@ -12,6 +12,7 @@
 
 #include "tests/technic/ControlDaemon.h"
 #include "tests/technic/DeviceFolder.h"
+#include "tests/technic/FileSystemAnswers.h"
 #include "tests/technic/SocketCalls.h"
 #include "tests/technic/StdoutCapture.h"
 
@@ -96,6 +97,12 @@ TEST_F(MakeDirs, TheUsersMaskAddsNoPermissions) {
     const Umask mask(0);
     EXPECT_EQ(DiskManager::makeDirs(path("one")), 1);
     EXPECT_EQ(permissionsOf(path("one")), 0600U);
+}
+
+TEST_F(MakeDirs, SomebodyElseMayCreateALevelMeanwhile) {
+    const BeforeMkdir meanwhile([](const char* level) { fs::create_directory(level); });
+    EXPECT_EQ(DiskManager::makeDirs(path("one/two")), 1);
+    EXPECT_TRUE(fs::is_directory(path("one/two")));
 }
 
 TEST_F(MakeDirs, LeavesWhatExistsAsItIs) {

@@ -16,6 +16,7 @@ struct Opening {
 thread_local bool hasNoEntryKinds = false;
 thread_local std::optional<struct statfs> fixedSize;
 thread_local std::optional<Opening> opening;
+thread_local std::function<void(const char*)> beforeMkdir;
 
 }  // namespace
 
@@ -25,6 +26,7 @@ extern "C" {
 
 dirent* __real_readdir(DIR* stream);
 int __real_statfs(const char* path, struct statfs* status);
+int __real_mkdir(const char* path, mode_t mode);
 int __real_openat(int directory, const char* name, int flags, ...);
 
 dirent* __wrap_readdir(DIR* stream) {
@@ -49,6 +51,13 @@ int __wrap_openat(int directory, const char* name, int flags) {
         opening->action();
     }
     return __real_openat(directory, name, flags);
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+    if (beforeMkdir) {
+        beforeMkdir(path);
+    }
+    return __real_mkdir(path, mode);
 }
 
 }  // extern "C"
@@ -76,4 +85,12 @@ BeforeOpening::BeforeOpening(std::string name, std::function<void()> action) {
 
 BeforeOpening::~BeforeOpening() {
     opening.reset();
+}
+
+BeforeMkdir::BeforeMkdir(std::function<void(const char* path)> action) {
+    beforeMkdir = std::move(action);
+}
+
+BeforeMkdir::~BeforeMkdir() {
+    beforeMkdir = nullptr;
 }

@@ -34,3 +34,12 @@ class BeforeOpening {
     BeforeOpening(const BeforeOpening&) = delete;
     BeforeOpening& operator=(const BeforeOpening&) = delete;
 };
+
+// Something happens just before the program creates a directory.
+class BeforeMkdir {
+  public:
+    explicit BeforeMkdir(std::function<void(const char* path)> action);
+    ~BeforeMkdir();
+    BeforeMkdir(const BeforeMkdir&) = delete;
+    BeforeMkdir& operator=(const BeforeMkdir&) = delete;
+};
