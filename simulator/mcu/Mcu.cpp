@@ -75,6 +75,7 @@ bool Mcu::hears(Time now) const {
 }
 
 void Mcu::onRequest(RequestKind kind, Time now) {
+    wakeWhenDue(now);
     m_lostTransfer = false;
     const bool startingImage = m_transfer && m_transfer->isComplete();
     if (!hears(now) || startingImage) {
@@ -209,9 +210,7 @@ void Mcu::answer(const char* meaning, const Bytes& bytes, const std::string& det
 }
 
 void Mcu::onTime(Time now) {
-    if (now >= m_wakeAt) {
-        wake(now);
-    }
+    wakeWhenDue(now);
     if (now < m_silentUntil) {
         return;
     }

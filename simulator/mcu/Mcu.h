@@ -75,6 +75,7 @@ class Mcu {
     void runApplication(Time now);
     void restart(bool intoBoot, Time now);
     void install(const Bytes& image, bool stored, const std::string& file);
+    void wakeWhenDue(Time now);
     void wake(Time now);
     std::string versionText() const;
     std::string stateText() const;

@@ -31,6 +31,13 @@ void Mcu::restart(bool intoBoot, Time now) {
     m_wakeAt = now + m_settings.bootDelay;
 }
 
+// Requests that were read together may lie on both sides of a restart without a delay.
+void Mcu::wakeWhenDue(Time now) {
+    if (now >= m_wakeAt) {
+        wake(now);
+    }
+}
+
 void Mcu::wake(Time now) {
     m_wakeAt = kNever;
     m_lostTransfer = false;

@@ -37,6 +37,11 @@ TEST_F(Restart, BySetToBootEndsInTheBootLoaderAfterTheBootDelay) {
               0.299);
 }
 
+TEST_F(Restart, WithoutADelayIsOverForARequestThatComesRightBehind) {
+    Peer peer = peerOf({arm1({{"boot_delay_ms", 0}})});
+    EXPECT_EQ(peer.ask(kSetToBoot + std::string(kState), 7), kInBoot);
+}
+
 TEST_F(Restart, BySetToBootDoesNotHappenInTheBootLoader) {
     Peer peer = peerOf({arm1({{"state", "boot"}, {"boot_delay_ms", 3000}})});
     peer.send(kSetToBoot);
