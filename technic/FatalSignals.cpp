@@ -61,14 +61,15 @@ void stopSystem() {
     }
 }
 
-// From now on the calling thread is interrupted by faults only.
+// From now on the calling thread is interrupted by faults only, and by all of them: also by one of
+// the kind that it handles, which would otherwise end the process in another way.
 void holdOtherSignals() {
     sigset_t held;
     sigfillset(&held);
     for (const int signo : kFaults) {
         sigdelset(&held, signo);
     }
-    (void)pthread_sigmask(SIG_BLOCK, &held, nullptr);
+    (void)pthread_sigmask(SIG_SETMASK, &held, nullptr);
 }
 
 // Gives the log and the reboot request a second to get out. A signal that is otherwise ignored

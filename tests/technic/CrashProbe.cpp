@@ -56,6 +56,7 @@ Options readOptions(int count, char** arguments) {
         {"frame", "kept"},    // the frame pointer at the fault
         {"chain", "short"},   // the calls before it: short or deep
         {"signal", "0"},      // its number
+        {"exit", "clean"},    // the way out: clean, or with a fault of its own
         {"interrupt", "0"},   // whether the main thread gets an interrupt all the time
         {"workers", "0"},     // named threads that only wait
     };
@@ -175,6 +176,11 @@ void withWorkers(int count, const std::function<void()>& work) {
     isDone = true;
 }
 
+void divideByZero() {
+    const Fault fault{Fault::kDivision, 0, 0, true};
+    innerFault(&fault);
+}
+
 // From now on, until the process ends.
 void interruptMainThread() {
     std::thread([thread = pthread_self()] {
@@ -216,6 +222,9 @@ int main(int count, char** arguments) {
                                                          std::stoi(options.at("suppress")));
     if (options.at("stopped") == "1") {
         setSystemRunningFlag(0, "done");
+    }
+    if (options.at("exit") == "fault") {
+        std::atexit(divideByZero);
     }
     if (options.at("interrupt") == "1") {
         interruptMainThread();

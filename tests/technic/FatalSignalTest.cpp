@@ -196,6 +196,17 @@ TEST_F(FatalSignal, LeavesThatSecondThroughOtherSignals) {
               outputOf(run, "the main thread", "Invalid memory segment access (ANSI)"));
 }
 
+class FaultBeforeAnother : public FatalSignal, public testing::WithParamInterface<const char*> {};
+
+// The other one is a division, on the way out.
+TEST_P(FaultBeforeAnother, EndsTheProcessAsAlone) {
+    const CrashRun run({"action=fault", std::string("fault=") + GetParam(), "exit=fault"});
+    EXPECT_EQ(run.end(), "exit 255");
+    EXPECT_EQ(rebootLog(), std::string(kStopRecord) + kStopRecord);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, FaultBeforeAnother, testing::Values("write", "division"));
+
 TEST_F(FatalSignal, LetsAFailedAssertionsFirstSignalPassAfterTheReport) {
     const CrashRun run({"action=signal", "signal=6"});
     EXPECT_EQ(run.end(), "exit 0");
