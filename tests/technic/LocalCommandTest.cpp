@@ -114,7 +114,7 @@ TEST(LocalCommand, HangUpWithoutAReplyIsMinusOne) {
     EXPECT_EQ(sendLocalCommand("command", 5), -1);
 }
 
-// Every thread's command is answered with its own number, and none before all have come.
+// Every thread's command is answered with its own length, and none before all have come.
 TEST(LocalCommand, ThreadsHaveConnectionsOfTheirOwn) {
     constexpr std::size_t kThreads = 8;
     const DaemonSocket daemon(kThreads);
@@ -129,6 +129,9 @@ TEST(LocalCommand, ThreadsHaveConnectionsOfTheirOwn) {
         const int peer = daemon.takeConnection();
         std::int32_t length = 0;
         EXPECT_EQ(recv(peer, &length, sizeof(length), MSG_WAITALL), 4);
+        std::array<char, kThreads> command{};
+        EXPECT_EQ(recv(peer, command.data(), static_cast<std::size_t>(length), MSG_WAITALL),
+                  length);
         lengths.emplace_back(peer, length);
     }
     for (const auto& [peer, length] : lengths) {
