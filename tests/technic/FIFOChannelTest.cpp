@@ -119,7 +119,7 @@ TEST_F(Channel, FullPipeIsTriedTwiceMoreForEachSecond) {
         StdoutCapture capture;
         const InstantSleep instant;
         EXPECT_EQ(write("data", timeout), 0);
-        EXPECT_EQ(InstantSleep::taken(), Sleeps(2 * timeout, 500));
+        EXPECT_EQ(InstantSleep::taken(), Sleeps(std::size_t{2} * timeout, 500));
         EXPECT_EQ(capture.text(), sendError(4, -1, EAGAIN));
     }
 }
@@ -219,7 +219,7 @@ TEST_F(Channel, EmptyPipeIsReadTwiceMoreForEachSecond) {
     for (const unsigned timeout : {0U, 1U, 2U}) {
         const InstantSleep instant;
         EXPECT_EQ(read(4, timeout), "");
-        EXPECT_EQ(InstantSleep::taken(), Sleeps(2 * timeout, 500));
+        EXPECT_EQ(InstantSleep::taken(), Sleeps(std::size_t{2} * timeout, 500));
     }
 }
 
