@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "technic/CancelGuard.h"
 #include "technic/DevicePaths.h"
 #include "technic/MutexCell.h"
+#include "technic/WholeTransfer.h"
 
 namespace {
 
@@ -30,15 +30,10 @@ class NoteFile {
         if (!isOpen()) {
             return;
         }
-        while (length > 0) {
-            const ssize_t written = ::write(m_fd, text, length);
-            if (written > 0) {
-                text += written;
-                length -= static_cast<std::size_t>(written);
-            } else if (written == 0 || errno != EINTR) {
-                return;
-            }
-        }
+        // What a full disk does not take is lost: the job goes on without it.
+        (void)transferWhole(length, [&](std::size_t offset, std::size_t rest) {
+            return ::write(m_fd, text + offset, rest);
+        });
     }
 
     // The caller holds the lock.

@@ -4,10 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <string>
+
+#include "technic/WholeTransfer.h"
 
 // A regular file opened for reading. Nothing else is opened, so that neither opening nor reading
 // ever waits for a peer. Closed with the object. One thread at a time.
@@ -38,18 +39,10 @@ class RegularFile {
     // Reads exactly `length` bytes from `position` on. False when the file does not hold as many
     // or a read fails; `buffer` may then be filled in part.
     bool readAt(std::int64_t position, void* buffer, std::size_t length) const {
-        char* rest = static_cast<char*>(buffer);
-        while (length > 0) {
-            const ssize_t count = ::pread(m_fd, rest, length, static_cast<off_t>(position));
-            if (count > 0) {
-                rest += count;
-                length -= static_cast<std::size_t>(count);
-                position += count;
-            } else if (count == 0 || errno != EINTR) {
-                return false;
-            }
-        }
-        return true;
+        return transferWhole(length, [&](std::size_t offset, std::size_t rest) {
+            return ::pread(m_fd, static_cast<char*>(buffer) + offset, rest,
+                           static_cast<off_t>(position + static_cast<std::int64_t>(offset)));
+        });
     }
 
   private:

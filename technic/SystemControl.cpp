@@ -15,6 +15,7 @@
 #include "technic/CancelGuard.h"
 #include "technic/DevicePaths.h"
 #include "technic/LogFile.h"
+#include "technic/WholeTransfer.h"
 
 namespace {
 
@@ -58,19 +59,9 @@ class LocalSocket {
     }
 
     bool sendAll(const void* data, std::size_t length) const {
-        const char* rest = static_cast<const char*>(data);
-        while (length > 0) {
-            const ssize_t sent = send(m_fd, rest, length, MSG_NOSIGNAL);
-            if (sent < 0 && errno == EINTR) {
-                continue;
-            }
-            if (sent <= 0) {
-                return false;
-            }
-            rest += sent;
-            length -= static_cast<std::size_t>(sent);
-        }
-        return true;
+        return transferWhole(length, [&](std::size_t offset, std::size_t rest) {
+            return send(m_fd, static_cast<const char*>(data) + offset, rest, MSG_NOSIGNAL);
+        });
     }
 
     // As select: above 0 readable, 0 timed out, below 0 failed. A signal is no failure: the rest of
@@ -97,19 +88,9 @@ class LocalSocket {
         timeval longest{};
         longest.tv_sec = seconds;
         (void)setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof(longest));
-        char* rest = static_cast<char*>(data);
-        while (length > 0) {
-            const ssize_t got = recv(m_fd, rest, length, 0);
-            if (got < 0 && errno == EINTR) {
-                continue;
-            }
-            if (got <= 0) {
-                return false;
-            }
-            rest += got;
-            length -= static_cast<std::size_t>(got);
-        }
-        return true;
+        return transferWhole(length, [&](std::size_t offset, std::size_t rest) {
+            return recv(m_fd, static_cast<char*>(data) + offset, rest, 0);
+        });
     }
 
   private:

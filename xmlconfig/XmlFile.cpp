@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -17,6 +16,7 @@
 #include "technic/RegularFile.h"
 #include "technic/SourceLocation.h"
 #include "technic/TrackedAlloc.h"
+#include "technic/WholeTransfer.h"
 
 namespace {
 
@@ -33,18 +33,9 @@ std::int64_t mostBytes() {
 }
 
 bool writeAll(int fd, const std::string& text) {
-    const char* rest = text.data();
-    std::size_t length = text.size();
-    while (length > 0) {
-        const ssize_t count = ::write(fd, rest, length);
-        if (count > 0) {
-            rest += count;
-            length -= static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
+    return transferWhole(text.size(), [&](std::size_t offset, std::size_t rest) {
+        return ::write(fd, text.data() + offset, rest);
+    });
 }
 
 const char* attribute(const TiXmlElement* element, const std::string& key) {
