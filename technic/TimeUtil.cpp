@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "technic/CancelGuard.h"
 #include "technic/TickCount.h"
 
 namespace {
@@ -20,7 +21,10 @@ constexpr double kSecondsPerHour = 3600.0;
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
 constexpr int kMonthFirstCode = 1;
 
+// The C library may let a thread be cancelled while it reads the time zone, but no exception out:
+// whatever makes it do so stands under a CancelGuard.
 std::tm localTime(std::time_t seconds) {
+    const CancelGuard whole;
     std::tm broken{};
     tzset();
     (void)localtime_r(&seconds, &broken);
@@ -65,6 +69,7 @@ long long monotonicSeconds() {
 }
 
 long long localWallSeconds() {
+    const CancelGuard whole;
     std::tm broken = localTime(std::time(nullptr));
     return static_cast<long long>(std::mktime(&broken));
 }
@@ -95,6 +100,7 @@ double secondsSinceBoot() {
 }
 
 double timeZoneHours() {
+    const CancelGuard whole;
     tzset();
     return -static_cast<double>(timezone) / kSecondsPerHour;
 }
