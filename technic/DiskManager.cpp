@@ -44,11 +44,8 @@ int DiskManager::makeDirs(const std::string& path) {
 
 int DiskManager::move(const std::string& from, const std::string& to) {
     std::array<char, 1024> command{};
-    const int length =
-        std::snprintf(command.data(), command.size(), "mv %s %s", from.c_str(), to.c_str());
-    if (length > 0 && static_cast<std::size_t>(length) <= kLongestLocalCommand) {
-        (void)sendLocalCommand(command.data(), kMoveWaitSeconds);
-    }
+    (void)std::snprintf(command.data(), command.size(), "mv %s %s", from.c_str(), to.c_str());
+    (void)sendLocalCommand(command.data(), kMoveWaitSeconds);
     return 1;
 }
 

@@ -24,9 +24,9 @@ class DiskManager {
     static int makeDirs(const std::string& path);
 
     // Has the control daemon's shell move something and waits up to 30 seconds for it. Always 1:
-    // whether it was moved is not told. The names reach the shell as they are. Nothing is sent
-    // when the command is longer than the 999 bytes that the daemon takes, for a part of it would
-    // name another place.
+    // whether it was moved is not told. The names reach the shell as they are. A command ("mv" and
+    // both names) longer than the 999 bytes that the daemon takes is cut off there and would move
+    // to another place: keep the names shorter.
     static int move(const std::string& from, const std::string& to);
 
     // Size and used part in megabytes of the file system that `path` lies on, in 32-bit arithmetic;
