@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@
 #include "tests/app/JobFolder.h"
 #include "tests/app/SleepHook.h"
 #include "tests/mcu/NoteFile.h"
+#include "tests/technic/FullPool.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -85,6 +87,30 @@ TEST_F(Retry, OfTheListComesOnlyAfterAFailure) {
     const DriverWaits waits;
     EXPECT_TRUE(runJob(1, {"config.xml", "", 0}));
     EXPECT_THAT(waits.all(), IsEmpty());
+}
+
+TEST_F(Retry, ThatCannotBeMadeIsAFailedRun) {
+    writeFile(kMarker, "of an earlier job");
+    std::optional<FullPool> pool;
+    const DriverWaits waits([&](long milliseconds, std::ptrdiff_t) {
+        if (milliseconds == 20 * kSecond) {
+            pool.emplace();
+        }
+    });
+    EXPECT_FALSE(runJob(1, {"config.xml", "", 0}));
+    pool.reset();
+    EXPECT_THAT(waits.all(), ElementsAre(5000, 5000, 5000, 5000, 5000, 20000));
+    EXPECT_EQ(countOf(noteText(), "update failed!\n\n\n\n"), 2);
+    EXPECT_FALSE(exists(kMarker));
+}
+
+TEST_F(Retry, IsNotNeededForAJobThatCannotBegin) {
+    writeFile(kMarker, "of an earlier job");
+    const FullPool pool;
+    const DriverWaits waits;
+    EXPECT_FALSE(runJob(1, {"config.xml", "", 0}));
+    EXPECT_THAT(waits.all(), IsEmpty());
+    EXPECT_TRUE(exists(kMarker));
 }
 
 // Entries for the hardware that the FakeMcu below has, and for another.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <string>
 
 #include "app/MCUHardwareWatchDog.h"
@@ -135,6 +136,7 @@ class HungFeeder : public SleepHook {
   public:
     long beforeSleep(long milliseconds) override {
         if (gettid() != m_owner) {
+            m_hangs.set_value();
             return kForEver;
         }
         if (milliseconds != kPollMilliseconds) {
@@ -145,6 +147,8 @@ class HungFeeder : public SleepHook {
     }
 
     int polls() const { return m_polls; }
+    // A thread that is stopped before it comes to its first sleep would just end.
+    void waitUntilItHangs() { m_hangs.get_future().wait(); }
 
   private:
     static constexpr long kPollMilliseconds = 100;
@@ -152,12 +156,14 @@ class HungFeeder : public SleepHook {
 
     const pid_t m_owner = gettid();
     int m_polls = 0;
+    std::promise<void> m_hangs;
 };
 
 TEST(WatchDogStop, KillsAThreadThatHasNotEndedWithinTwentySeconds) {
     HungFeeder hung;
     MCUHardwareWatchDog watchdog;
     EXPECT_EQ(watchdog.start(), 0);
+    hung.waitUntilItHangs();
     std::string printed;
     {
         const OutputCapture output(1);

@@ -29,3 +29,25 @@ inline bool isHeld(MutexCell& cell) {
     pthread_mutex_unlock(&handle);
     return false;
 }
+
+// Puts a mutex into the cell that its holder may lock again, which no cell makes of itself.
+inline void markMutex(MutexCell& cell) {
+    pthread_mutexattr_t recursive;
+    pthread_mutexattr_init(&recursive);
+    pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_destroy(&cellFields(cell).handle);
+    pthread_mutex_init(&cellFields(cell).handle, &recursive);
+    pthread_mutexattr_destroy(&recursive);
+}
+
+// Whether the cell, which nobody holds, has its marked mutex still.
+inline bool hasMarkedMutex(MutexCell& cell) {
+    pthread_mutex_t& handle = cellFields(cell).handle;
+    pthread_mutex_lock(&handle);
+    const bool isMarked = pthread_mutex_trylock(&handle) == 0;
+    if (isMarked) {
+        pthread_mutex_unlock(&handle);
+    }
+    pthread_mutex_unlock(&handle);
+    return isMarked;
+}

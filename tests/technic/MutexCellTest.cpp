@@ -126,6 +126,34 @@ TEST(MutexCell, KeepsThreadsFromEachOther) {
     cell.destroy();
 }
 
+TEST(MutexCell, RenewalPutsAnotherMutexInPlace) {
+    MutexCell cell;
+    cell.init();
+    markMutex(cell);
+    cell.renew();
+    EXPECT_FALSE(hasMarkedMutex(cell));
+    EXPECT_EQ(cell.lock(), 0);
+    EXPECT_EQ(cell.unlock(), 0);
+    cell.destroy();
+}
+
+TEST(MutexCell, RenewalLeavesACellAloneThatIsHeld) {
+    MutexCell cell;
+    cell.init();
+    markMutex(cell);
+    cell.lock();
+    std::thread([&cell] { cell.renew(); }).join();
+    cell.unlock();
+    EXPECT_TRUE(hasMarkedMutex(cell));
+    cell.destroy();
+}
+
+TEST(MutexCell, RenewalLeavesACellInvalid) {
+    MutexCell cell;
+    cell.renew();
+    EXPECT_EQ(cell.valid(), 0U);
+}
+
 TEST(MutexCellGuard, HoldsTheCellForItsScope) {
     MutexCell cell;
     cell.init();

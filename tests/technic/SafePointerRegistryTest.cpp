@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "technic/KdRuntimeError.h"
+#include "tests/technic/CellInspection.h"
 #include "tests/technic/StdoutCapture.h"
 
 namespace {
@@ -93,6 +94,16 @@ TEST_F(SafePointerRegistryTest, SlotIsEligibleAgainOnceAnotherIsTheHint) {
     freeSlot(7);
     EXPECT_EQ(allocateSlot(), 0U);
     EXPECT_EQ(allocateSlot(), 5U);
+}
+
+TEST_F(SafePointerRegistryTest, RecordThatServesAnotherObjectHasANewMutex) {
+    bind(10);
+    markMutex(m_bound[4]->mutex());
+    freeSlot(4);
+    freeSlot(7);
+    EXPECT_EQ(allocateSlot(), 0U);
+    EXPECT_EQ(m_registry.allocate(&m_object, kType), m_bound[4]);
+    EXPECT_FALSE(hasMarkedMutex(m_bound[4]->mutex()));
 }
 
 // All of the first 128 slots are bound but slot 5, which is the hint.

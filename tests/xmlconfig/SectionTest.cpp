@@ -3,6 +3,7 @@
 #include <list>
 #include <string>
 
+#include "tests/technic/FullPool.h"
 #include "tests/xmlconfig/Loaded.h"
 
 namespace {
@@ -31,6 +32,16 @@ TEST(SectionLookup, FindsASectionByItsExactName) {
     EXPECT_FALSE(loaded.has("b"));
     EXPECT_FALSE(loaded.has("B "));
     EXPECT_FALSE(loaded.has(""));
+}
+
+TEST(SectionLookup, FindsNothingWhenNoHandleIsLeft) {
+    Loaded loaded(document("<Configure name=\"A\"/>"));
+    SafePointer<XmlConfigureNode> found = noNode();
+    {
+        const FullPool pool;
+        EXPECT_FALSE(loaded.tool().getNode("A", found));
+    }
+    EXPECT_TRUE(loaded.tool().getNode("A", found));
 }
 
 TEST(SectionLookup, TakesTheFirstOfTwoSectionsOfOneName) {
