@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <typeinfo>
 
@@ -30,12 +31,14 @@ template <class T>
 class SafePointer : public BaseSafePointer {
   public:
     // Takes ownership. Reports when `object` is null. Throws when the registry is full; the object
-    // then stays the caller's.
+    // is destroyed then.
     SafePointer(T* object) : m_object(object), m_record(nullptr) {
         if (object == nullptr) {
             report("Construct from NULL original pointer");
         }
+        std::unique_ptr<T> untilBound(object);
         m_record = SafePointerRegistry::instance().allocate(address(), typeName());
+        (void)untilBound.release();  // this handle owns it now
     }
 
     // Reports when `other` was released; throws when it does not belong to its record.

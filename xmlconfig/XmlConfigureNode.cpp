@@ -3,7 +3,6 @@
 #include <tinyxml.h>
 
 #include <exception>
-#include <memory>
 
 #include "technic/SourceLocation.h"
 #include "technic/TrackedAlloc.h"
@@ -18,8 +17,7 @@ bool getXmlNode(const MemXmlConfigureTool* document, const TiXmlElement* parent,
         return false;
     }
     try {
-        node = handOver(
-            std::unique_ptr<XmlConfigureNode>(new (KD_HERE) XmlConfigureNode(document, section)));
+        node = SafePointer<XmlConfigureNode>(new (KD_HERE) XmlConfigureNode(document, section));
     } catch (const std::exception&) {
         return false;  // no memory, or no handle left
     }
@@ -41,8 +39,7 @@ bool XmlConfigureNode::getItems(std::list<SafePointer<XmlConfigureItem>>& items)
     std::list<SafePointer<XmlConfigureItem>> found;
     try {
         for (; element != nullptr; element = element->NextSiblingElement()) {
-            found.push_back(handOver(
-                std::unique_ptr<XmlConfigureItem>(new (KD_HERE) XmlConfigureItem(element))));
+            found.emplace_back(new (KD_HERE) XmlConfigureItem(element));
         }
     } catch (const std::exception&) {
         return false;  // no memory, or no handle left

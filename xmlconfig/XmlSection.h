@@ -1,9 +1,6 @@
 #pragma once
 
-#include <memory>
 #include <string>
-
-#include "technic/SafePointer.h"
 
 class TiXmlElement;
 
@@ -11,11 +8,3 @@ class TiXmlElement;
 // section and ends at the first element without a name: sections must be well-formed. `parent` may
 // be null.
 const TiXmlElement* findXmlSection(const TiXmlElement* parent, const std::string& name);
-
-// Hands a heap object over to a handle; nothing leaks when there is no room for another handle.
-template <class T>
-SafePointer<T> handOver(std::unique_ptr<T> object) {
-    SafePointer<T> handle(object.get());
-    (void)object.release();  // the handle owns it now
-    return handle;
-}

@@ -9,6 +9,7 @@
 #include <list>
 #include <memory>
 
+#include "tests/technic/FullPool.h"
 #include "tests/technic/SafePointerInspection.h"
 
 namespace {
@@ -25,6 +26,13 @@ TEST_F(SafePointerTest, NewHandleBindsARecordWithCountOne) {
     EXPECT_FALSE(handle.isNull());
     EXPECT_EQ(recordOf(handle).getObject(), object);
     EXPECT_EQ(countOf(recordOf(handle)), 1);
+}
+
+TEST_F(SafePointerTest, ObjectThatNoHandleIsLeftForIsDestroyed) {
+    const FullPool pool;
+    EXPECT_EQ(outcomeOf([] { const SafePointer<SafePointerAnimal> refused(new SafePointerDog); }),
+              thrownOnly("too much safe poniter"));
+    EXPECT_EQ(SafePointerAnimal::destroyed, 1);
 }
 
 TEST_F(SafePointerTest, CopiesShareObjectAndRecord) {
