@@ -1,9 +1,13 @@
 # Cross-compilation for the device: 32-bit ARM Linux, hard float.
-# APCS frames and ARM code keep the frame layout that the fatal-signal frame walk reads.
+# The frame walk of a crash report reads APCS frames. They exist in ARM code only (-mapcs-frame is
+# ignored without a word where the compiler makes Thumb code), begin as the walk needs them when the
+# prologue is not mixed with other instructions, and show every caller when no call takes over the
+# frame of its caller.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-set(CMAKE_CXX_FLAGS_INIT "-marm -mapcs-frame -fno-omit-frame-pointer")
+set(CMAKE_CXX_FLAGS_INIT "-marm -mapcs-frame -fno-omit-frame-pointer -mno-sched-prolog \
+-fno-optimize-sibling-calls")
 # scripts/armhf-setup unpacks TinyXML there.
 set(CMAKE_FIND_ROOT_PATH ${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
