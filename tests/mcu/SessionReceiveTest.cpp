@@ -156,7 +156,7 @@ TEST_F(SessionReceive, SilenceEndsTheCallAfterOneTimeout) {
 
     const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(took, std::chrono::milliseconds(490));
-    EXPECT_LT(took, std::chrono::milliseconds(1900));
+    EXPECT_LT(took, std::chrono::milliseconds(950));
     EXPECT_EQ(noteText(), "RecvCommand : 00 \nrecvCommand Ret = 0\n");
     EXPECT_EQ(response->getCommandId(), 30001);
 }
