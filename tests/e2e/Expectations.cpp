@@ -27,7 +27,8 @@ std::string echoOfNote(const std::string& output) {
 }  // namespace
 
 void expectNote(const RunResult& result, const std::string& goldenName) {
-    const auto golden = goldenMessages(std::filesystem::path(GOLDEN_DIRECTORY) / goldenName);
+    const auto golden =
+        goldenMessages(std::filesystem::path(GOLDEN_DIRECTORY) / goldenName, result.line);
     EXPECT_EQ(differenceFromGolden(result.note, golden), "");
     EXPECT_EQ(echoOfNote(result.output), result.note);
 }

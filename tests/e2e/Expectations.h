@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "tests/e2e/Device.h"
+#include "tests/e2e/RunResult.h"
 
 // The note is the golden note, whole, but for what background threads wrote (see GoldenNote.h), and
 // standard output is the note, whole, but for the lines that go to standard output alone.

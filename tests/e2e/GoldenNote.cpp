@@ -66,10 +66,11 @@ void appendText(Lines& messages, std::string line) {
 }
 
 // The parameter block that opening the line writes; it ends in a blank without a line end.
-void appendSession(Lines& messages, const std::vector<std::string>& settings) {
+void appendSession(Lines& messages, const std::string& device,
+                   const std::vector<std::string>& settings) {
     const char* const names[] = {"m_strDeviceName", "m_nBaudrate", "m_nDatabits", "m_nStopbits",
                                  "m_nParity"};
-    std::vector<std::string> values = {"/dev/ttyS1", "115200", "8", "0", "0"};
+    std::vector<std::string> values = {device, "115200", "8", "0", "0"};
     std::copy(settings.begin(), settings.end(), values.begin());
     std::string block;
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -80,7 +81,8 @@ void appendSession(Lines& messages, const std::vector<std::string>& settings) {
 
 class GoldenReader {
   public:
-    explicit GoldenReader(std::filesystem::path folder) : m_folder(std::move(folder)) {}
+    GoldenReader(std::filesystem::path folder, std::string device)
+        : m_folder(std::move(folder)), m_device(std::move(device)) {}
 
     Lines read(const std::filesystem::path& file) {
         const Lines lines = linesOf(file);
@@ -124,7 +126,7 @@ class GoldenReader {
         const std::string form = words.front();
         words.erase(words.begin());
         if (form == "@session") {
-            appendSession(messages, words);
+            appendSession(messages, m_device, words);
         } else if (form == "@request" || form == "@failed-request") {
             messages.push_back(kBefore);
             messages.push_back(sendTrace(words));
@@ -149,6 +151,7 @@ class GoldenReader {
     }
 
     std::filesystem::path m_folder;
+    std::string m_device;
 };
 
 // What a background thread may write next, and where it stands after that.
@@ -250,8 +253,9 @@ class NoteMatcher {
 
 }  // namespace
 
-std::vector<std::string> goldenMessages(const std::filesystem::path& file) {
-    return GoldenReader(file.parent_path()).read(file);
+std::vector<std::string> goldenMessages(const std::filesystem::path& file,
+                                        const std::string& device) {
+    return GoldenReader(file.parent_path(), device).read(file);
 }
 
 std::string differenceFromGolden(const std::string& note, const std::vector<std::string>& golden) {

@@ -19,7 +19,9 @@
 //   @include NAME            the golden file NAME of the same folder
 //
 // The result is the list of messages: an entry is a text that no other thread's message can split.
-std::vector<std::string> goldenMessages(const std::filesystem::path& file);
+// `device` is what @session shows where it names no device.
+std::vector<std::string> goldenMessages(const std::filesystem::path& file,
+                                        const std::string& device = "/dev/ttyS1");
 
 // Compares a note with the golden messages, whole. Two background threads write to the same note at
 // moments of their own, so their messages are taken out where they stand, and only they:
