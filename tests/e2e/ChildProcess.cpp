@@ -76,9 +76,15 @@ void ChildProcess::terminate() {
     if (!isRunning()) {
         return;
     }
-    kill(m_pid, SIGTERM);
+    ::kill(m_pid, SIGTERM);
     if (!wait(kTerminationLimit)) {
-        kill(m_pid, SIGKILL);
+        kill();
+    }
+}
+
+void ChildProcess::kill() {
+    if (isRunning()) {
+        ::kill(m_pid, SIGKILL);
         wait(kTerminationLimit);
     }
 }

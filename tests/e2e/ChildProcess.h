@@ -25,6 +25,8 @@ class ChildProcess {
     bool isRunning();
     // Asks the process to end (SIGTERM) and waits for it.
     void terminate();
+    // Ends it at once (SIGKILL).
+    void kill();
 
   private:
     pid_t m_pid = -1;

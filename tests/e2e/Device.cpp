@@ -12,6 +12,9 @@
 namespace fs = std::filesystem;
 using nlohmann::json;
 
+// 200 ms of real time, whatever the scale.
+const int kTimeout = E2E_TIME_SCALE / 5;
+
 namespace {
 
 constexpr std::chrono::seconds kRunLimit{100};

@@ -10,6 +10,9 @@
 #include "tests/e2e/SimulatedLine.h"
 #include "tests/e2e/UpdateConfigFile.h"
 
+// The tool's time-out argument: long enough for a busy machine at the tests' time scale.
+extern const int kTimeout;
+
 // A device of its own for one test: a directory below the build tree with the sandbox's run
 // directory in it, and a simulated MCU line when the test connects one. Times inside the device run
 // faster than real ones by timeScale().

@@ -2,9 +2,6 @@
 
 using nlohmann::json;
 
-// 200 ms of real time, whatever the scale.
-const int kTimeout = E2E_TIME_SCALE / 5;
-
 SimulatedMcu arm1(const std::vector<int>& version, const std::string& state) {
     return {"ARM1", 1, "a1b2c3d4", version, state};
 }

@@ -4,13 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/Device.h"
+#include "tests/e2e/FirmwareImage.h"
+#include "tests/e2e/SimulatedLine.h"
+#include "tests/e2e/UpdateConfigFile.h"
 
 // The MCU, image and configuration that most tests use: ARM1 behind target 1 with the hardware
 // a1b2c3d4, an image of 3000 bytes, one entry.
-
-// The tool's time-out argument: long enough for a busy machine at the tests' time scale.
-extern const int kTimeout;
 
 SimulatedMcu arm1(const std::vector<int>& version, const std::string& state = "application");
 FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version);
