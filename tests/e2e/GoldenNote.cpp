@@ -58,7 +58,7 @@ void appendText(Lines& messages, std::string line) {
     line = std::regex_replace(line, std::regex(R"(\\r)"), "\r");
     // The transfer's lines come in two messages: what is waited for, and how that ended.
     const std::size_t dots = line.find("...");
-    if (dots != std::string::npos && line.find("ing for ") < dots) {
+    if (dots != std::string::npos && line.find(" for ") < dots) {
         messages.push_back(line.substr(0, dots + 3));
         line.erase(0, dots + 3);
     }
@@ -142,6 +142,8 @@ class GoldenReader {
             if (form == "@no-reply") {
                 messages.push_back("recvCommand Ret = 0\n");
             }
+        } else if (form == "@unended") {
+            messages.push_back(line.substr(form.size() + 1));
         } else if (form == "@include") {
             const Lines included = read(m_folder / words.at(0));
             messages.insert(messages.end(), included.begin(), included.end());

@@ -15,6 +15,7 @@
 //   @reply fe .. ff          one reply read, a trace for every byte
 //   @silence                 one read that times out, as a trace
 //   @no-reply                one read that times out while a reply is awaited
+//   @unended TEXT            a message without a line end
 //   @repeat N ... @end       the lines between, N times (nested as needed)
 //   @include NAME            the golden file NAME of the same folder
 //

@@ -64,10 +64,11 @@ TEST(GoldenNote, TakesOutTheWatchdogFeedersLines) {
 TEST(GoldenFile, LetsTheFeederInterruptATransfersLine) {
     const auto file = std::filesystem::path(E2E_DIRECTORY) / "two-messages.note";
     std::filesystem::create_directories(file.parent_path());
-    writeText(file, "waiting for ACK,1,1029,...Ok!\\r\n");
+    writeText(file, "waiting for ACK,1,1029,...Ok!\\r\nRetry for ACK,1,1029...OK\\r\n");
 
     EXPECT_EQ(goldenMessages(file),
-              (std::vector<std::string>{"waiting for ACK,1,1029,...", "Ok!\r\n"}));
+              (std::vector<std::string>{"waiting for ACK,1,1029,...", "Ok!\r\n",
+                                        "Retry for ACK,1,1029...", "OK\r\n"}));
 }
 
 TEST(GoldenNote, RefusesAFeedBeforeTheFeederStarted) {
@@ -80,7 +81,8 @@ TEST(GoldenFile, WritesShortFormsOut) {
     const auto file = std::filesystem::path(E2E_DIRECTORY) / "short-forms.note";
     std::filesystem::create_directories(file.parent_path());
     writeText(file,
-              "# a comment\n@request fe 05 ff\n@repeat 2\n@reply fe ff\n@end\n@no-reply\nOk!\\r\n");
+              "# a comment\n@request fe 05 ff\n@repeat 2\n@reply fe ff\n@end\n@no-reply\n@unended "
+              "So\nOk!\\r\n");
 
     std::string text;
     for (const std::string& message : goldenMessages(file)) {
@@ -92,7 +94,7 @@ TEST(GoldenFile, WritesShortFormsOut) {
               "SendCommand : fe 05 ff 00 00 00 00 00 00\n"
               "MCUSessionControler::communicate 22222222222\n"
               "RecvCommand : fe \nRecvCommand : ff \nRecvCommand : fe \nRecvCommand : ff \n"
-              "RecvCommand : 00 \nrecvCommand Ret = 0\nOk!\r\n");
+              "RecvCommand : 00 \nrecvCommand Ret = 0\nSoOk!\r\n");
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ using testing::Each;
 using testing::Ge;
 using testing::Le;
 
-// Half a minute at this speed.
-constexpr std::size_t kLongImage = std::size_t{128} * 1024;
+// Some fifty seconds at this speed.
+constexpr std::size_t kLongImage = std::size_t{192} * 1024;
 constexpr int kSlowLine = 38400;
 
 std::vector<double> intervals(const std::vector<json>& feeds) {
