@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "tests/e2e/Device.h"
 #include "tests/e2e/Expectations.h"
 #include "tests/e2e/Scenario.h"
 

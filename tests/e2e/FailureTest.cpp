@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tests/e2e/Device.h"
 #include "tests/e2e/Expectations.h"
 #include "tests/e2e/Scenario.h"
 

@@ -20,7 +20,9 @@ constexpr std::chrono::milliseconds kPoll{50};
 
 }  // namespace
 
-Machine::Machine() : SimulatedLine(directoryOfThisTest(TARGET_DIRECTORY)) {
+Machine::Machine() : Machine(directoryOfThisTest(TARGET_DIRECTORY)) {}
+
+Machine::Machine(const fs::path& directory) : SimulatedLine(directory) {
     fs::create_directories(share() / "job" / "firmware");
 }
 

@@ -20,7 +20,9 @@
 // share.
 class Machine : public SimulatedLine {
   public:
+    // In a directory named after the running test, or in this one; what it held is gone.
     Machine();
+    explicit Machine(const std::filesystem::path& directory);
 
     // Files in the job's working directory, "/job" inside the machine.
     std::filesystem::path jobFile(const std::string& name) const;
