@@ -1,6 +1,7 @@
 #include "app/EntryPreparation.h"
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -13,7 +14,7 @@ constexpr int kVersionLength = 3;
 
 // Exactly `length` bytes from `position` on, or nothing. Asks for memory only after it is clear
 // that the file holds them.
-std::optional<std::vector<unsigned char>> readBytes(const RegularFile& file, long position,
+std::optional<std::vector<unsigned char>> readBytes(const RegularFile& file, std::int64_t position,
                                                     int length) {
     std::vector<unsigned char> bytes;
     if (length <= 0) {
@@ -30,8 +31,8 @@ std::optional<std::vector<unsigned char>> readBytes(const RegularFile& file, lon
 }
 
 // Hexadecimal with or without a leading 0x; a text that is no number reads as 0.
-long positionOf(const std::string& text) {
-    return std::strtol(text.c_str(), nullptr, 16);
+std::int64_t positionOf(const std::string& text) {
+    return std::strtoll(text.c_str(), nullptr, 16);
 }
 
 std::string versionText(const std::vector<unsigned char>& bytes) {

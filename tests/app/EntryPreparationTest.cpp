@@ -2,6 +2,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <ostream>
 #include <string>
@@ -103,6 +104,16 @@ INSTANTIATE_TEST_SUITE_P(
         PositionRow{"BeyondEveryNumber", "ffffffffffffffffffffffff", nullptr},
         PositionRow{"Negative", "-1", nullptr}),
     [](const auto& test) { return test.param.what; });
+
+// Where a word has 32 bits, too.
+TEST_F(Preparation, ReadsAFileBeyondFourGigabytes) {
+    constexpr std::uintmax_t kPosition = 0x100000010;
+    std::filesystem::resize_file("arm3.bin", kPosition);
+    std::ofstream("arm3.bin", std::ios::binary | std::ios::app) << "\x01\x02\x03";
+    m_entry.versionPosition = "100000010";
+    ASSERT_TRUE(prepare());
+    EXPECT_EQ(prepare()->fileVersion, "321");
+}
 
 struct HardwareRow {
     const char* what;

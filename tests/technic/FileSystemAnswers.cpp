@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 
 #include <optional>
 #include <utility>
@@ -17,6 +18,15 @@ thread_local bool hasNoEntryKinds = false;
 thread_local std::optional<struct statfs> fixedSize;
 thread_local std::optional<Opening> opening;
 thread_local std::function<void(const char*)> beforeMkdir;
+thread_local bool isAsked = false;
+
+void begin() {
+    isAsked = false;
+}
+
+void end() {
+    EXPECT_TRUE(isAsked) << "the program's own code did not ask for the replaced answer";
+}
 
 }  // namespace
 
@@ -24,37 +34,41 @@ thread_local std::function<void(const char*)> beforeMkdir;
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
 extern "C" {
 
-dirent* __real_readdir(DIR* stream);
-int __real_statfs(const char* path, struct statfs* status);
+dirent* __real_readdir64(DIR* stream);
+int __real_statfs64(const char* path, struct statfs* status);
 int __real_mkdir(const char* path, mode_t mode);
-int __real_openat(int directory, const char* name, int flags, ...);
+int __real_openat64(int directory, const char* name, int flags, ...);
 
-dirent* __wrap_readdir(DIR* stream) {
-    dirent* entry = __real_readdir(stream);
+dirent* __wrap_readdir64(DIR* stream) {
+    dirent* entry = __real_readdir64(stream);
     if (entry != nullptr && hasNoEntryKinds) {
+        isAsked = true;
         entry->d_type = DT_UNKNOWN;
     }
     return entry;
 }
 
-int __wrap_statfs(const char* path, struct statfs* status) {
+int __wrap_statfs64(const char* path, struct statfs* status) {
     if (!fixedSize) {
-        return __real_statfs(path, status);
+        return __real_statfs64(path, status);
     }
+    isAsked = true;
     *status = *fixedSize;
     return 0;
 }
 
 // Nobody in this program creates files so.
-int __wrap_openat(int directory, const char* name, int flags) {
+int __wrap_openat64(int directory, const char* name, int flags) {
     if (opening && opening->name == name) {
+        isAsked = true;
         opening->action();
     }
-    return __real_openat(directory, name, flags);
+    return __real_openat64(directory, name, flags);
 }
 
 int __wrap_mkdir(const char* path, mode_t mode) {
     if (beforeMkdir) {
+        isAsked = true;
         beforeMkdir(path);
     }
     return __real_mkdir(path, mode);
@@ -64,33 +78,41 @@ int __wrap_mkdir(const char* path, mode_t mode) {
 // NOLINTEND(bugprone-reserved-identifier)
 
 NoEntryKinds::NoEntryKinds() {
+    begin();
     hasNoEntryKinds = true;
 }
 
 NoEntryKinds::~NoEntryKinds() {
     hasNoEntryKinds = false;
+    end();
 }
 
 FixedFileSystem::FixedFileSystem(const struct statfs& size) {
+    begin();
     fixedSize = size;
 }
 
 FixedFileSystem::~FixedFileSystem() {
     fixedSize.reset();
+    end();
 }
 
 BeforeOpening::BeforeOpening(std::string name, std::function<void()> action) {
+    begin();
     opening = Opening{std::move(name), std::move(action)};
 }
 
 BeforeOpening::~BeforeOpening() {
     opening.reset();
+    end();
 }
 
 BeforeMkdir::BeforeMkdir(std::function<void(const char* path)> action) {
+    begin();
     beforeMkdir = std::move(action);
 }
 
 BeforeMkdir::~BeforeMkdir() {
     beforeMkdir = nullptr;
+    end();
 }

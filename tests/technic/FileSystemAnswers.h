@@ -6,7 +6,8 @@
 #include <string>
 
 // What the file system answers to this program's own code is replaced while one of these lives: for
-// the thread that made it. Not to be nested.
+// the thread that made it. Not to be nested. A test in which nobody asked meanwhile fails: it would
+// show nothing.
 
 // Directories tell the names of their entries but not the kinds.
 class NoEntryKinds {

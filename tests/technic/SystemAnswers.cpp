@@ -21,7 +21,7 @@ extern "C" {
 
 time_t __real_time(time_t* seconds);
 int __real_gettimeofday(timeval* now, void* zone);
-int __real_fstat(int descriptor, struct stat* status);
+int __real_fstat64(int descriptor, struct stat* status);
 long __real_sysconf(int name);
 
 time_t __wrap_time(time_t* seconds) {
@@ -42,9 +42,9 @@ int __wrap_gettimeofday(timeval* now, void* zone) {
     return 0;
 }
 
-int __wrap_fstat(int descriptor, struct stat* status) {
+int __wrap_fstat64(int descriptor, struct stat* status) {
     if (!hasNoFileStatus) {
-        return __real_fstat(descriptor, status);
+        return __real_fstat64(descriptor, status);
     }
     errno = EIO;
     return -1;
