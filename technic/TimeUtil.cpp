@@ -37,10 +37,16 @@ clock_t rawTicks() {
 }
 
 // Ticks since some moment in the past. The count of a 32-bit machine wraps (with some kernels five
-// minutes after boot), so it is carried on from the first value that this process has seen.
+// minutes after boot, and every 497 days), so it is carried on from the value that this process has
+// seen last. Another thread that carries it on meanwhile is not undone.
 long long ticksNow() {
-    static const clock_t first = rawTicks();
-    return carriedOnTicks(first, rawTicks());
+    static std::atomic<long long> last{rawTicks()};
+    long long before = last.load();
+    long long now = 0;
+    do {
+        now = carriedOnTicks(before, rawTicks());
+    } while (!last.compare_exchange_weak(before, now));
+    return now;
 }
 
 }  // namespace

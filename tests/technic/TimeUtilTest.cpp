@@ -62,8 +62,18 @@ TEST(MonotonicSeconds, DoNotFollowTheWallClock) {
     EXPECT_EQ(monotonicSeconds(), before);
 }
 
+TEST(MonotonicSeconds, RunOnThroughManyRoundsOfThe32BitTickCount) {
+    constexpr long kMostOfHalfARound = 20000000;
+    const FrozenClock clock;
+    const long long before = monotonicSeconds();
+    for (int i = 1; i <= 10; ++i) {
+        FrozenClock::advance(kMostOfHalfARound);
+        EXPECT_EQ(monotonicSeconds(), before + i * static_cast<long long>(kMostOfHalfARound));
+    }
+}
+
 struct TickCase {
-    std::int32_t first;
+    long long before;
     std::int32_t now;
     long long ticks;
 };
@@ -71,19 +81,19 @@ struct TickCase {
 class TicksOf32Bits : public testing::TestWithParam<TickCase> {};
 
 TEST_P(TicksOf32Bits, AreCarriedOnPastTheirLargestNumber) {
-    EXPECT_EQ(carriedOnTicks(GetParam().first, GetParam().now), GetParam().ticks);
+    EXPECT_EQ(carriedOnTicks(GetParam().before, GetParam().now), GetParam().ticks);
 }
 
 INSTANTIATE_TEST_SUITE_P(Counts, TicksOf32Bits,
                          testing::Values(TickCase{100, 100, 100}, TickCase{100, 101, 101},
                                          TickCase{-30000, -29999, -29999}, TickCase{-1, 0, 0},
                                          TickCase{INT32_MAX, INT32_MIN, 2147483648},
-                                         TickCase{100, -1, 4294967295},
-                                         TickCase{100, 99, 4294967395}));
+                                         TickCase{4294967295, 1, 4294967297},
+                                         TickCase{2147483748, INT32_MIN, 2147483648},
+                                         TickCase{100, 99, 99}, TickCase{0, -1, -1}));
 
 TEST(TicksOf64Bits, AreTakenAsTheyAre) {
-    const std::int64_t first = 1;
-    EXPECT_EQ(carriedOnTicks(first, std::int64_t{4294967297}), 4294967297);
+    EXPECT_EQ(carriedOnTicks(1, std::int64_t{4294967297}), 4294967297);
 }
 
 TEST(MonotonicSeconds, NeverRunBackwards) {
