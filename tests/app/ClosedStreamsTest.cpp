@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "tests/BuiltProgram.h"
 #include "tests/app/ConfigText.h"
 #include "tests/app/JobFolder.h"
 #include "tests/mcu/PseudoTerminal.h"
@@ -15,7 +16,7 @@ TEST(ProgramWithoutStandardStreams, SendsNothingButTheCommandOverTheLine) {
     const PseudoTerminal line;
     writeFile("config.xml",
               configText(with(completeParam(), "deviceName", line.path()), {completeEntry()}));
-    const std::string command = TOOL_PROGRAM " 2 config.xml '' 0 <&- >&- 2>&-";
+    const std::string command = shellCommandOf("MCUUpdateTool") + "2 config.xml '' 0 <&- >&- 2>&-";
     EXPECT_EQ(std::system(command.c_str()), 0);
     EXPECT_EQ(line.received(), kRebootFrame);
 }

@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "tests/BuiltProgram.h"
+
 ProgramRun runProgram(const std::vector<std::string>& arguments) {
-    std::string command = TOOL_PROGRAM;
+    std::string command = shellCommandOf("MCUUpdateTool");
     for (const std::string& argument : arguments) {
         command += " '" + argument + "'";
     }

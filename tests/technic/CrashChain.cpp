@@ -2,7 +2,25 @@
 // and without sanitizers, which would find these faults before they happen.
 #include "tests/technic/CrashChain.h"
 
+#include "tests/technic/MachineFaults.h"
+
 // The compiler always saves the frame pointer that it was called with; this one saves none.
+#if defined(__arm__)
+asm(R"(
+    .text
+    .arm
+    .globl outermostCall
+    .type outermostCall, %function
+outermostCall:
+    push {fp, lr}
+    mov fp, #0
+    bl outerCall
+    pop {fp, pc}
+    .size outermostCall, . - outermostCall
+    .section .note.GNU-stack, "", %progbits
+    .text
+)");
+#else
 asm(R"(
     .text
     .globl outermostCall
@@ -17,6 +35,7 @@ outermostCall:
     .section .note.GNU-stack, "", @progbits
     .text
 )");
+#endif
 
 extern "C" {
 
@@ -42,20 +61,17 @@ void deepCall(const Fault* fault, int depth) {
 
 void innerFault(const Fault* fault) {
     if (!fault->keepsFramePointer) {
-        asm volatile("mov %0, %%rbp\n\tmovl $0, (%1)"
-                     :
-                     : "r"(fault->framePointer), "r"(fault->address)
-                     : "memory");
+        writeWithFramePointer(fault->address, fault->framePointer);
     }
     switch (fault->kind) {
         case Fault::kWrite:
-            asm volatile("movl $0, (%0)" : : "r"(fault->address) : "memory");
+            writeTo(fault->address);
             break;
         case Fault::kDivision:
-            asm volatile("cltd\n\tidivl %0" : : "r"(0), "a"(1) : "edx");
+            divideByZero();
             break;
         case Fault::kInstruction:
-            asm volatile("ud2");
+            runNoInstruction();
             break;
     }
 }

@@ -108,20 +108,19 @@ std::uintptr_t behindAFile() {
 }
 
 std::uintptr_t frameOf(const std::string& kind) {
-    static const StackFrame complete{nullptr, 0x5001};
-    static const StackFrame cutOff{reinterpret_cast<const StackFrame*>(endOfAPage()), 0x6001};
-    const auto addressOf = [](const StackFrame& frame) {
-        return reinterpret_cast<std::uintptr_t>(&frame);
-    };
+    // The frame pointer of a frame that begins there.
+    const std::uintptr_t behindAPage = endOfAPage() + kFramePointerAt;
+    static const StackFrame complete(0, 0x5000);
+    static const StackFrame cutOff(behindAPage, 0x6000);
     const std::map<std::string, std::uintptr_t> frames = {
         {"kept", 0},
         {"zero", 0},
-        {"complete", addressOf(complete)},
-        {"unaligned", addressOf(complete) + 4},
-        {"wild", 0xDEADBEEFDEADBEE8},
-        {"unmapped", endOfAPage()},
-        {"page-end", endOfAPage() - sizeof(std::uintptr_t)},
-        {"cut-off", addressOf(cutOff)},
+        {"complete", complete.pointer()},
+        {"unaligned", complete.pointer() + sizeof(std::uintptr_t) / 2},
+        {"wild", static_cast<std::uintptr_t>(0xDEADBEEFDEADBEE8)},
+        {"unmapped", behindAPage},
+        {"page-end", behindAPage - sizeof(std::uintptr_t)},
+        {"cut-off", cutOff.pointer()},
     };
     return frames.at(kind);
 }

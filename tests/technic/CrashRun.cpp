@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/BuiltProgram.h"
 #include "tests/technic/MemoryFile.h"
 
 namespace {
@@ -37,7 +38,7 @@ Words environmentWith(int timeScale) {
 }
 
 pid_t start(const Words& options, int timeScale, int output, int errors) {
-    Words arguments = {CRASH_PROBE};
+    Words arguments = commandOf("crash-probe");
     arguments.insert(arguments.end(), options.begin(), options.end());
     Words environment = environmentWith(timeScale);
     posix_spawn_file_actions_t actions;
@@ -45,8 +46,8 @@ pid_t start(const Words& options, int timeScale, int output, int errors) {
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     pid_t pid = -1;
-    const int error = posix_spawn(&pid, arguments[0].c_str(), &actions, nullptr,
-                                  pointersTo(arguments).data(), pointersTo(environment).data());
+    const int error = posix_spawnp(&pid, arguments[0].c_str(), &actions, nullptr,
+                                   pointersTo(arguments).data(), pointersTo(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
         throw std::runtime_error("cannot start " + arguments[0]);

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <string>
 
+#include "tests/technic/MachineContext.h"
+
 namespace {
 
 // One page that can be used with one behind it that cannot.
@@ -81,7 +83,7 @@ TEST_F(Probe, ReadsNothingAtTheEndOfTheAddressSpace) {
 
 TEST_F(Probe, ReadsNothingOfTheKernels) {
     EXPECT_EQ(wordAt(addressOf(UINTPTR_MAX - 0x100000)), -1);
-    EXPECT_EQ(wordAt(addressOf(0x800000000000)), -1);
+    EXPECT_EQ(wordAt(addressOf(kFirstKernelAddress)), -1);
 }
 
 TEST_F(Probe, ReadsNothingThatIsUnmapped) {

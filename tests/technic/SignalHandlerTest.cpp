@@ -40,9 +40,8 @@ class SignalHandler : public testing::Test {
     std::string receive(int signo, int informationSigno) {
         siginfo_t information{};
         information.si_signo = informationSigno;
-        const StackFrame frame{nullptr, 0x1001};
-        ucontext_t context =
-            interruptedAt(0x401000, 0x20, reinterpret_cast<std::uintptr_t>(&frame));
+        const StackFrame frame(0, 0x1000);
+        ucontext_t context = interruptedAt(0x401000, 0x20, frame.pointer());
         StdoutCapture capture;
         const StderrCapture quiet;  // without a control daemon there is a complaint
         m_requests.at(0).action.sa_sigaction(signo, &information, &context);
