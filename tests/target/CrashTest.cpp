@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "tests/target/CrashRuns.h"
 
 // Crash reports of a program as it is built for the device, whose addresses are looked up in the
@@ -29,7 +31,7 @@ struct Kind {
     const char* options;
     const char* signal;
     const char* errAddr;
-    // Where it happens, and the function before middleCall, which called for it, if it is seen.
+    // Where it happens.
     const char* place;
 };
 
@@ -163,10 +165,20 @@ TEST(Fault, WithAnyFramePointerIsReportedAsFarAsThereAreFrames) {
 
 TEST(Fault, AfterManyCallsIsReportedWithTheLastTen) {
     Machine machine;
-    const CrashRun run = runCrashVictim(machine, {{"deep", "trouble=deep"}}).at("deep");
+    const CrashRun run = runCrashVictim(machine, {{"deep", "trouble=deep address=12"}}).at("deep");
     expectFault(run, "the main thread", kSegmentViolation);
     EXPECT_EQ(run.place, "writeTo");
     EXPECT_EQ(run.calls, Words(10, "callDeeper"));
+}
+
+// The handler has no stack of its own.
+TEST(Fault, OnAStackWithoutRoomEndsTheProcessWithoutAReport) {
+    Machine machine;
+    const CrashRun run =
+        runCrashVictim(machine, {{"full", "trouble=deep address=0x7FFFFFFF"}}).at("full");
+    EXPECT_EQ(run.status, 128 + SIGSEGV);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.signalLog + run.rebootLog, "");
 }
 
 TEST(Fault, AsksTheControlDaemonForARebootOnlyWhenThatIsNotSuppressed) {

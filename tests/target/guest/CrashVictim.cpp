@@ -57,7 +57,7 @@ Options readOptions(int count, char** arguments) {
         {"thread", "main"},     // main, named or unregistered
         {"suppress", "1"},      // whether the reboot is suppressed
         {"trouble", ""},        // one of kTroubles
-        {"address", "0"},       // where to write or load, or the frame pointer
+        {"address", "0"},       // where to write or load; the frame pointer; how many calls
         {"signal", "0"},        // instead of trouble: sends itself this signal
         {"stopped", "0"},       // whether the system has been stopped before
         {"poke", "0"},          // whether the main thread pokes the others, a second later

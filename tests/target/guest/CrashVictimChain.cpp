@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int kDeepCalls = 12;
 constexpr long kLongTime = 1000000;
 
 // Tells the compiler nothing about the value, so that it leaves no call out.
@@ -54,7 +53,7 @@ void middleCall(const Trouble& trouble) {
             writeWithFrame(trouble.address);
             break;
         case Trouble::kDeepCalls:
-            callDeeper(kDeepCalls);
+            callDeeper(static_cast<int>(trouble.address));
             break;
         case Trouble::kBusyLoop:
             loopForEver();

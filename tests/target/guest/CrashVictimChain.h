@@ -19,7 +19,7 @@ struct Trouble {
     };
 
     Kind kind = kWrite;
-    // Where to write or load, or the frame pointer at the write to null.
+    // Where to write or load; the frame pointer at the write to null; how many deep calls.
     std::uintptr_t address = 0;
 };
 
