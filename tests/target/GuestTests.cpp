@@ -8,38 +8,36 @@ std::string nameOf(const json& test) {
     return test.at("classname").get<std::string>() + '.' + test.at("name").get<std::string>();
 }
 
-void appendFailures(std::vector<std::string>& lines, const json& test) {
+std::string failuresOf(const json& test) {
+    std::string text;
     for (const json& failure : test.value("failures", json::array())) {
-        lines.push_back(nameOf(test) + ": " + failure.at("failure").get<std::string>());
+        text += nameOf(test) + ": " + failure.at("failure").get<std::string>() + '\n';
     }
     if (test.at("result") != "COMPLETED") {
-        lines.push_back(nameOf(test) + " was not run to its end");
+        text += nameOf(test) + " was not run to its end\n";
     }
+    return text;
 }
 
 }  // namespace
 
-std::vector<std::string> failedGuestTests(Machine& machine, const std::string& program,
-                                          std::chrono::seconds limit) {
+std::string failedGuestTests(Machine& machine, const std::string& program,
+                             std::chrono::seconds limit) {
     machine.boot("exec " + program + " --gtest_output=json:/share/results.json\n");
     machine.waitUntilOff(limit);
-    const std::string text = readText(machine.share() / "results.json");
-    const json results = json::parse(text, nullptr, false);
-    if (results.is_discarded()) {
-        return {program + " did not come to its end: " + machine.result().output +
-                machine.result().errors};
+    const json results = json::parse(readText(machine.share() / "results.json"), nullptr, false);
+    if (results.is_discarded() || results.at("tests") == 0) {
+        return program + " ran no test, or not to its end:\n" + machine.result().output +
+               machine.result().errors;
     }
-    std::vector<std::string> lines;
+    std::string text;
     for (const json& suite : results.at("testsuites")) {
         for (const json& test : suite.at("testsuite")) {
-            appendFailures(lines, test);
+            text += failuresOf(test);
         }
     }
-    if (results.at("tests") == 0) {
-        lines.push_back(program + " holds no test");
+    if (text.empty() && machine.result().status != 0) {
+        text = program + " failed:\n" + machine.result().output;
     }
-    if (lines.empty() && machine.result().status != 0) {
-        lines.push_back(program + " failed: " + machine.result().output);
-    }
-    return lines;
+    return text;
 }

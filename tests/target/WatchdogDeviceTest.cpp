@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/target/GuestTests.h"
@@ -12,8 +11,7 @@ using nlohmann::json;
 TEST(WatchdogDevice, TakesAndRecordsFeedsWithoutAnArgumentOnly) {
     Machine machine;
 
-    EXPECT_THAT(failedGuestTests(machine, "watchdog_device_tests", std::chrono::seconds(60)),
-                testing::IsEmpty());
+    EXPECT_EQ(failedGuestTests(machine, "watchdog_device_tests", std::chrono::seconds(90)), "");
 
     int feeds = 0;
     std::vector<json> refused;

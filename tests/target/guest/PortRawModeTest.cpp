@@ -70,6 +70,7 @@ TEST_F(PortOpening, DiscardsWhatIsNotYetSent) {
         ASSERT_TRUE(port.open(kPort));
 
         EXPECT_EQ(near.unsent(), 0);
+        near.discardAll();
         releaseLine();
     });
 }

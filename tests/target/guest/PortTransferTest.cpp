@@ -85,7 +85,7 @@ TEST_F(UartOnALine, ReadWithTimeoutZeroWaitsHalfASecond) {
     EXPECT_EQ(read(4, 0), 0);
 
     EXPECT_GE(took, milliseconds(490));
-    EXPECT_LT(took, milliseconds(1000));
+    EXPECT_LT(took, milliseconds(800));
 }
 
 TEST_F(UartOnALine, ReadWaitsTheSecondsThatItIsGiven) {

@@ -1,0 +1,78 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/e2e/Expectations.h"
+#include "tests/e2e/Scenario.h"
+#include "tests/target/Machine.h"
+
+// Whole jobs in the middle of which the card with the serial port is taken away.
+namespace {
+
+using std::chrono::seconds;
+using testing::HasSubstr;
+
+const char kUnplug[] = "echo 1 > /sys/class/tty/ttyS0/device/remove\n";
+const char kPlugIn[] = "echo 1 > /sys/bus/pci/rescan\n";
+
+// Some seven seconds on the line.
+FirmwareImage longImage() {
+    constexpr std::size_t kBytes = std::size_t{80} * 1024;
+    return FirmwareImage(kBytes).version({2, 1, 0}).hardware({0xA1, 0xB2, 0xC3, 0xD4});
+}
+
+// A script that runs the tool, by way of `prefix`, until its note has this text, does `then`, and
+// ends as the tool does.
+std::string runUntil(const std::string& prefix, const std::string& text, const std::string& then) {
+    return prefix + kUpdateCommand + " &\ntool=$!\nuntil grep -qs '" + text +
+           "' /mnt/mtd/log/MCUUpdateNote.log; do usleep 50000; done\n" + then +
+           "wait $tool\nexit $?\n";
+}
+
+class SerialPortUnplug : public testing::Test {
+  protected:
+    void SetUp() override {
+        machine.firmware("arm1.bin", longImage());
+        machine.configuration(arm1Config());
+        machine.connect({arm1({1, 0, 0})});
+        writeText(machine.jobFile("MCUUpdateSuccess"), "of an earlier job");
+    }
+
+    Machine machine;
+};
+
+TEST_F(SerialPortUnplug, FailsTheAttemptAndTheNextOneSucceedsWhenTheCardIsBack) {
+    machine.boot(runUntil("", "waiting for ACK,5,", kUnplug + std::string("sleep 2\n") + kPlugIn));
+    machine.waitUntilOff(seconds(200));
+
+    const RunResult result = machine.result();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.markerExists);
+    EXPECT_EQ(countLines(result.note, "Sending file complete\r"), 1U) << result.note;
+    EXPECT_THAT(result.note, HasSubstr("Revcice Command TimeOut"));
+    EXPECT_EQ(machine.storedImage("ARM1"), longImage().padded());
+}
+
+TEST_F(SerialPortUnplug, FailsTheJobWhenTheCardStaysAway) {
+    machine.boot(runUntil("", "waiting for ACK,5,", kUnplug));
+    machine.waitUntilOff(seconds(300));
+
+    const RunResult result = machine.result();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_FALSE(result.markerExists);
+    EXPECT_THAT(result.note, HasSubstr("update failed!"));
+    EXPECT_THAT(result.errors, HasSubstr("getattr error: Input/output error\n"));
+}
+
+// As a service that leads a session: the line is its terminal. Nothing is left to say how it ended.
+TEST_F(SerialPortUnplug, EndsAToolThatLeadsASessionAtOnce) {
+    machine.boot(runUntil("setsid ", "waiting for ACK,5,", kUnplug));
+    machine.waitUntilOff(seconds(150));
+
+    const RunResult result = machine.result();
+    constexpr int kHangUp = 128 + 1;
+    EXPECT_EQ(result.status, kHangUp);
+    EXPECT_TRUE(result.markerExists);
+    EXPECT_THAT(result.note, testing::Not(HasSubstr("Revcice Command TimeOut")));
+}
+
+}  // namespace
