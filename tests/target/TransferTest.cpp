@@ -13,7 +13,9 @@ using nlohmann::json;
 using std::chrono::seconds;
 
 FirmwareImage sixBlocks() {
-    return FirmwareImage(std::size_t{6} * 1024).version({2, 1, 0}).hardware({0xA1, 0xB2, 0xC3, 0xD4});
+    return FirmwareImage(std::size_t{6} * 1024)
+        .version({2, 1, 0})
+        .hardware({0xA1, 0xB2, 0xC3, 0xD4});
 }
 
 TEST(Transfer, OutlivesRefusedAndDamagedBlocksAndSucceedsAtTheRetryAfterACancellation) {
