@@ -43,5 +43,5 @@ class LineEnd {
     int m_fd = -1;
 };
 
-// `count` bytes, of which no 256 in succession are the same as others nearby.
+// `count` bytes by which it shows when one is missing, twice there or changed.
 Bytes pattern(std::size_t count);

@@ -4,6 +4,8 @@
 
 #include <array>
 #include <csignal>
+#include <stdexcept>
+#include <system_error>
 
 #include "tests/target/guest/SerialCard.h"
 #include "tests/target/guest/SerialLine.h"
@@ -29,7 +31,6 @@ class Child {
         }
         m_pid = fork();
         if (m_pid == 0) {
-            // The parent's group must not lead a session, nor is there a terminal to begin with.
             if (session == kOfItsOwn) {
                 (void)setsid();
             }

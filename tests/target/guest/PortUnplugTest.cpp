@@ -1,10 +1,10 @@
 #include <sys/resource.h>
-
 #include <unistd.h>
-#include <fstream>
 
-#include "mcu/MCUCommandFactory.h"
-#include "mcu/MCUCommandId.h"
+#include <atomic>
+#include <fstream>
+#include <string>
+
 #include "mcu/MCUSessionControler.h"
 #include "tests/mcu/OutputCapture.h"
 #include "tests/target/guest/SerialCard.h"

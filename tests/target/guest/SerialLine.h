@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <thread>
-#include <utility>
 
 #include "mcu/UART.h"
 #include "mcu/XmodemSender.h"
