@@ -12,7 +12,8 @@ using std::chrono::seconds;
 using testing::HasSubstr;
 
 const char kUnplug[] = "echo 1 > /sys/class/tty/ttyS0/device/remove\n";
-const char kPlugIn[] = "echo 1 > /sys/bus/pci/rescan\n";
+const char kUnplugAndPlugIn[] =
+    "echo 1 > /sys/class/tty/ttyS0/device/remove\nsleep 2\necho 1 > /sys/bus/pci/rescan\n";
 
 // Some seven seconds on the line.
 FirmwareImage longImage() {
@@ -20,12 +21,13 @@ FirmwareImage longImage() {
     return FirmwareImage(kBytes).version({2, 1, 0}).hardware({0xA1, 0xB2, 0xC3, 0xD4});
 }
 
-// A script that runs the tool, by way of `prefix`, until its note has this text, does `then`, and
-// ends as the tool does.
-std::string runUntil(const std::string& prefix, const std::string& text, const std::string& then) {
-    return prefix + kUpdateCommand + " &\ntool=$!\nuntil grep -qs '" + text +
-           "' /mnt/mtd/log/MCUUpdateNote.log; do usleep 50000; done\n" + then +
-           "wait $tool\nexit $?\n";
+// A script that runs the command until five blocks of the image are sent, does `then`, and ends as
+// the command does.
+std::string interrupted(const std::string& command, const std::string& then) {
+    return command +
+           " &\ntool=$!\nuntil grep -qs 'waiting for ACK,5,' /mnt/mtd/log/MCUUpdateNote.log\n"
+           "do usleep 50000; done\n" +
+           then + "wait $tool\nexit $?\n";
 }
 
 class SerialPortUnplug : public testing::Test {
@@ -37,23 +39,33 @@ class SerialPortUnplug : public testing::Test {
         writeText(machine.jobFile("MCUUpdateSuccess"), "of an earlier job");
     }
 
+    // The card is away for a moment while this command runs.
+    void expectSuccessAtTheRetry(const std::string& command) {
+        machine.boot(interrupted(command, kUnplugAndPlugIn));
+        machine.waitUntilOff(seconds(200));
+
+        const RunResult result = machine.result();
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(result.markerExists);
+        EXPECT_EQ(countLines(result.note, "Sending file complete\r"), 1U) << result.note;
+        EXPECT_THAT(result.note, HasSubstr("Revcice Command TimeOut"));
+        EXPECT_EQ(machine.storedImage("ARM1"), longImage().padded());
+    }
+
     Machine machine;
 };
 
 TEST_F(SerialPortUnplug, FailsTheAttemptAndTheNextOneSucceedsWhenTheCardIsBack) {
-    machine.boot(runUntil("", "waiting for ACK,5,", kUnplug + std::string("sleep 2\n") + kPlugIn));
-    machine.waitUntilOff(seconds(200));
+    expectSuccessAtTheRetry(kUpdateCommand);
+}
 
-    const RunResult result = machine.result();
-    EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(result.markerExists);
-    EXPECT_EQ(countLines(result.note, "Sending file complete\r"), 1U) << result.note;
-    EXPECT_THAT(result.note, HasSubstr("Revcice Command TimeOut"));
-    EXPECT_EQ(machine.storedImage("ARM1"), longImage().padded());
+// A script that goes on after the tool leads the session in its place.
+TEST_F(SerialPortUnplug, DoesNotEndAToolThatAScriptOfASessionOfItsOwnStarted) {
+    expectSuccessAtTheRetry("setsid sh -c '" + std::string(kUpdateCommand) + "; exit $?'");
 }
 
 TEST_F(SerialPortUnplug, FailsTheJobWhenTheCardStaysAway) {
-    machine.boot(runUntil("", "waiting for ACK,5,", kUnplug));
+    machine.boot(interrupted(kUpdateCommand, kUnplug));
     machine.waitUntilOff(seconds(300));
 
     const RunResult result = machine.result();
@@ -65,7 +77,7 @@ TEST_F(SerialPortUnplug, FailsTheJobWhenTheCardStaysAway) {
 
 // As a service that leads a session: the line is its terminal. Nothing is left to say how it ended.
 TEST_F(SerialPortUnplug, EndsAToolThatLeadsASessionAtOnce) {
-    machine.boot(runUntil("setsid ", "waiting for ACK,5,", kUnplug));
+    machine.boot(interrupted(std::string("setsid ") + kUpdateCommand, kUnplug));
     machine.waitUntilOff(seconds(150));
 
     const RunResult result = machine.result();
