@@ -1,8 +1,9 @@
 # Compile and link options that every target of this project shares.
 
 # Where a word has 32 bits the C library otherwise refuses every file and directory with an inode
-# number, position or size beyond that: large disks and network file systems have them.
-add_compile_definitions(_FILE_OFFSET_BITS=64)
+# number, position or size beyond that: large disks and network file systems have them. And its clock
+# otherwise ends in January 2038.
+add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 add_library(project_options INTERFACE)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})

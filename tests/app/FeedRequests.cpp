@@ -1,6 +1,7 @@
 #include "tests/app/FeedRequests.h"
 
 #include <dlfcn.h>
+#include <sys/ioctl.h>
 
 #include <atomic>
 #include <cstdarg>

@@ -1,6 +1,5 @@
 #include "tests/app/SleepHook.h"
 
-#include <dlfcn.h>
 #include <sys/select.h>
 #include <sys/times.h>
 #include <unistd.h>
@@ -16,11 +15,6 @@ std::atomic<SleepHook*> hook{nullptr};
 // 0 while the clock is the system's.
 std::atomic<clock_t> steppedTicks{0};
 
-template <class Function>
-Function* systemFunction(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 long ticksPerSecond() {
     static const long kTicks = sysconf(_SC_CLK_TCK);
     return kTicks;
@@ -28,27 +22,34 @@ long ticksPerSecond() {
 
 }  // namespace
 
-// These stand before the system's own.
+// The linker leads this program's calls of NAME to __wrap_NAME, and __real_NAME to the C library's.
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
+extern "C" {
 
-extern "C" int select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
-                      timeval* timeout) {
-    static const auto kSelect = systemFunction<decltype(select)>("select");
+int __real_select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
+                  timeval* timeout);
+clock_t __real_times(tms* used);
+
+int __wrap_select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
+                  timeval* timeout) {
     SleepHook* const current = hook;
     if (current != nullptr && count == 0 && timeout != nullptr) {
-        const long asked = timeout->tv_sec * kMillisecondsPerSecond +
-                           timeout->tv_usec / kMicrosecondsPerMillisecond;
+        const auto asked = static_cast<long>(timeout->tv_sec * kMillisecondsPerSecond +
+                                             timeout->tv_usec / kMicrosecondsPerMillisecond);
         const long instead = current->beforeSleep(asked);
         timeout->tv_sec = instead / kMillisecondsPerSecond;
         timeout->tv_usec = instead % kMillisecondsPerSecond * kMicrosecondsPerMillisecond;
     }
-    return kSelect(count, readable, writable, exceptional, timeout);
+    return __real_select(count, readable, writable, exceptional, timeout);
 }
 
-extern "C" clock_t times(tms* used) noexcept {
-    static const auto kTimes = systemFunction<clock_t(tms*)>("times");
-    const clock_t ticks = kTimes(used);
+clock_t __wrap_times(tms* used) {
+    const clock_t ticks = __real_times(used);
     return steppedTicks == 0 ? ticks : steppedTicks.load();
 }
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 SleepHook::SleepHook() {
     hook = this;

@@ -53,7 +53,9 @@ extern "C" int select(int count, fd_set* reads, fd_set* writes, fd_set* errors, 
     if (count == 0 && takeInstantly(*wait)) {
         return 0;
     }
-    const timespec exact{wait->tv_sec, wait->tv_usec * 1000};
+    timespec exact{};
+    exact.tv_sec = wait->tv_sec;
+    exact.tv_nsec = static_cast<long>(wait->tv_usec * 1000);
     return pselect(count, reads, writes, errors, &exact, nullptr);
 }
 

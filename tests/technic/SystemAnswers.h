@@ -5,7 +5,8 @@
 #include "tests/technic/TimeZone.h"
 
 // What the system answers to this program's own code is replaced while one of these lives: for the
-// thread that made it. Not to be nested.
+// thread that made it. Not to be nested. A test in which nobody asked meanwhile fails: it would
+// show nothing.
 
 // The wall clock stands still, in the given time zone.
 class FixedWallClock {

@@ -46,6 +46,24 @@ TEST(CurrentTimeString, IsLocalTimeAndFollowsAChangeOfTheZone) {
     EXPECT_EQ(currentTimeString(2), "2024-05-08 02:07:09");
 }
 
+// 2039-03-04 05:06:07 UTC, which needs more than 31 bits.
+constexpr std::int64_t kFarMoment = 2182827967;
+
+TEST(CurrentTimeString, IsRightAfterJanuary2038) {
+    const FixedWallClock clock("CST-8", kFarMoment);
+    EXPECT_EQ(currentTimeString(2), "2039-03-04 13:06:07");
+}
+
+TEST(LocalWallSeconds, RunOnAfterJanuary2038) {
+    const FixedWallClock clock("CST-8", kFarMoment);
+    EXPECT_EQ(localWallSeconds(), kFarMoment);
+}
+
+TEST(LocalClockMicroseconds, RunOnAfterJanuary2038) {
+    const FixedWallClock clock("UTC0", kFarMoment, 123456);
+    EXPECT_EQ(localClockMicroseconds(), kFarMoment * 1000000 + 123456);
+}
+
 TEST(MonotonicSeconds, AreWholeTickSecondsPlus10000) {
     const FrozenClock clock;
     tms unused{};
@@ -59,6 +77,7 @@ TEST(MonotonicSeconds, DoNotFollowTheWallClock) {
     const FrozenClock clock;
     const long long before = monotonicSeconds();
     const FixedWallClock wall("UTC0", 0);
+    ASSERT_EQ(std::time(nullptr), 0);
     EXPECT_EQ(monotonicSeconds(), before);
 }
 
@@ -132,6 +151,7 @@ TEST(ClocksPerSecond, IsTheSystemsValue) {
 TEST(ClocksPerSecond, AreAskedForOnce) {
     const long first = clocksPerSecond();
     const NoSystemConstants refused;
+    ASSERT_EQ(sysconf(_SC_CLK_TCK), -1);
     EXPECT_EQ(clocksPerSecond(), first);
 }
 

@@ -10,11 +10,11 @@
 
 namespace {
 
-Next<decltype(clock_gettime)> nextClockGettime("clock_gettime");
-Next<decltype(gettimeofday)> nextGettimeofday("gettimeofday");
-Next<decltype(time)> nextTime("time");
+Next<decltype(clock_gettime)> nextClockGettime("clock_gettime", "__clock_gettime64");
+Next<decltype(gettimeofday)> nextGettimeofday("gettimeofday", "__gettimeofday64");
+Next<decltype(time)> nextTime("time", "__time64");
 Next<decltype(times)> nextTimes("times");
-Next<decltype(timespec_get)> nextTimespecGet("timespec_get");
+Next<decltype(timespec_get)> nextTimespecGet("timespec_get", "__timespec_get64");
 
 timespec deviceTimeOfDay() {
     return time_scale::momentToDevice(time_scale::realClock(CLOCK_REALTIME));

@@ -8,8 +8,10 @@
 
 namespace {
 
-Next<decltype(pthread_cond_timedwait)> nextTimedwait("pthread_cond_timedwait");
-Next<decltype(pthread_cond_clockwait)> nextClockwait("pthread_cond_clockwait");
+Next<decltype(pthread_cond_timedwait)> nextTimedwait("pthread_cond_timedwait",
+                                                     "__pthread_cond_timedwait64");
+Next<decltype(pthread_cond_clockwait)> nextClockwait("pthread_cond_clockwait",
+                                                     "__pthread_cond_clockwait64");
 
 // A condition variable does not tell which of the two clocks its deadlines are on. The time of day
 // is decades ahead of the time since the machine's start, so the nearer one is it.

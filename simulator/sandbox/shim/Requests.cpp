@@ -23,7 +23,7 @@ constexpr unsigned int kLastPtyMajor = 143;
 constexpr unsigned int kTtyDriverMajor = 5;
 constexpr unsigned int kPtyMasterMinor = 2;
 
-Next<decltype(ioctl)> nextIoctl("ioctl");
+Next<decltype(ioctl)> nextIoctl("ioctl", "__ioctl_time64");
 
 // Read at each request, so that a test may change it.
 bool isSetTo(const char* variable, const char* value) {

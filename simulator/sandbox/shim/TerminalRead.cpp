@@ -22,7 +22,7 @@ constexpr long kNanosecondsPerTenth = 100000000;
 
 Next<decltype(read)> nextRead("read");
 Next<decltype(__read_chk)> nextReadChk("__read_chk");
-Next<decltype(ppoll)> nextPpoll("ppoll");
+Next<decltype(ppoll)> nextPpoll("ppoll", "__ppoll64");
 
 // Tenths of a second that a read from this descriptor waits for its first byte; 0 for every
 // descriptor that has no such time-out.

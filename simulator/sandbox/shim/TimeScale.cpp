@@ -11,7 +11,7 @@ constexpr std::int64_t kNanosecondsPerMicrosecond = 1000;
 // Durations beyond this (136 years) are as good as for ever; it keeps the arithmetic in range.
 constexpr std::int64_t kLongestSeconds = INT64_C(1) << 32;
 
-Next<decltype(clock_gettime)> nextClockGettime("clock_gettime");
+Next<decltype(clock_gettime)> nextClockGettime("clock_gettime", "__clock_gettime64");
 
 std::int64_t toNanoseconds(timespec time) {
     std::int64_t seconds = time.tv_sec;
@@ -136,7 +136,7 @@ timespec fromNanoseconds(std::int64_t nanoseconds) {
 timespec fromTimeval(timeval time) {
     timespec result{};
     result.tv_sec = time.tv_sec;
-    result.tv_nsec = time.tv_usec * kNanosecondsPerMicrosecond;
+    result.tv_nsec = static_cast<long>(time.tv_usec * kNanosecondsPerMicrosecond);
     return result;
 }
 

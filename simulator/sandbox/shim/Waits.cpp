@@ -10,11 +10,13 @@
 #include "simulator/sandbox/shim/Next.h"
 #include "simulator/sandbox/shim/TimeScale.h"
 
-// What programs call that are built with checks of buffer sizes; the names are the C library's.
+// What programs call that are built with checks of buffer sizes, and what ends a program that hands
+// over fewer bytes than it says; the names are the C library's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" int __poll_chk(pollfd* polled, nfds_t count, int timeout, size_t size);
 extern "C" int __ppoll_chk(pollfd* polled, nfds_t count, const timespec* timeout,
                            const sigset_t* mask, size_t size);
+extern "C" [[noreturn]] void __chk_fail();
 // NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
@@ -24,16 +26,14 @@ constexpr long kNanosecondsPerMillisecond = 1000000;
 constexpr long kNanosecondsPerMicrosecond = 1000;
 constexpr useconds_t kMicrosecondsPerSecond = 1000000;
 
-Next<decltype(select)> nextSelect("select");
-Next<decltype(pselect)> nextPselect("pselect");
+Next<decltype(select)> nextSelect("select", "__select64");
+Next<decltype(pselect)> nextPselect("pselect", "__pselect64");
 Next<decltype(poll)> nextPoll("poll");
-Next<decltype(ppoll)> nextPpoll("ppoll");
-Next<decltype(__poll_chk)> nextPollChk("__poll_chk");
-Next<decltype(__ppoll_chk)> nextPpollChk("__ppoll_chk");
+Next<decltype(ppoll)> nextPpoll("ppoll", "__ppoll64");
 Next<decltype(sleep)> nextSleep("sleep");
 Next<decltype(usleep)> nextUsleep("usleep");
-Next<decltype(nanosleep)> nextNanosleep("nanosleep");
-Next<decltype(clock_nanosleep)> nextClockNanosleep("clock_nanosleep");
+Next<decltype(nanosleep)> nextNanosleep("nanosleep", "__nanosleep64");
+Next<decltype(clock_nanosleep)> nextClockNanosleep("clock_nanosleep", "__clock_nanosleep_time64");
 
 // Sleeps for a device's duration; when a signal ends it, `left` is what was left of it.
 int sleepFor(timespec duration, timespec* left) {
@@ -44,6 +44,12 @@ int sleepFor(timespec duration, timespec* left) {
         *left = time_scale::toDevice(realLeft, duration);
     }
     return result;
+}
+
+void checkSize(nfds_t count, size_t size) {
+    if (size / sizeof(pollfd) < count) {
+        __chk_fail();
+    }
 }
 
 timespec fromMilliseconds(int milliseconds) {
@@ -95,21 +101,17 @@ SHIM_EXPORT int ppoll(pollfd* polled, nfds_t count, const timespec* timeout, con
 }
 
 SHIM_EXPORT int __poll_chk(pollfd* polled, nfds_t count, int timeout, size_t size) {
-    if (timeout <= 0 || !time_scale::isActive()) {
-        return nextPollChk.get()(polled, count, timeout, size);
-    }
-    const timespec real = time_scale::toReal(fromMilliseconds(timeout));
-    return nextPpollChk.get()(polled, count, &real, nullptr, size);
+    checkSize(count, size);
+    return poll(polled, count, timeout);
 }
 
+#ifdef __LP64__  // elsewhere the C library checks nothing for 64-bit times
 SHIM_EXPORT int __ppoll_chk(pollfd* polled, nfds_t count, const timespec* timeout,
                             const sigset_t* mask, size_t size) {
-    if (timeout == nullptr || !time_scale::isActive()) {
-        return nextPpollChk.get()(polled, count, timeout, mask, size);
-    }
-    const timespec real = time_scale::toReal(*timeout);
-    return nextPpollChk.get()(polled, count, &real, mask, size);
+    checkSize(count, size);
+    return ppoll(polled, count, timeout, mask);
 }
+#endif
 
 SHIM_EXPORT unsigned int sleep(unsigned int seconds) {
     if (!time_scale::isActive()) {
