@@ -90,15 +90,7 @@ TEST(Heartbeat, TellsTheStartAndTheEndOfTheKeeper) {
 
     expectSuccess(runPlainUpdate(device), "success.note");
 
-    const std::vector<json> records = device.records("heartbeats.jsonl");
-    ASSERT_EQ(records.size(), 2U);
-    for (const json& record : records) {
-        EXPECT_EQ(record.at("name"), "doCycleWorks");
-        EXPECT_EQ(record.at("timeout"), 300);
-        EXPECT_EQ(record.at("timestamp"), 0);
-    }
-    EXPECT_EQ(records[0].at("state"), 1);
-    EXPECT_EQ(records[1].at("state"), 2);
+    expectHeartbeatsOfOneKeeper(device.records("heartbeats.jsonl"));
 }
 
 TEST(Heartbeat, WithoutAReaderDoesNotStopTheUpdate) {

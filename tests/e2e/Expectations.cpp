@@ -45,6 +45,17 @@ void expectFailure(const RunResult& result, const std::string& goldenName) {
     expectNote(result, goldenName);
 }
 
+void expectHeartbeatsOfOneKeeper(const std::vector<nlohmann::json>& records) {
+    ASSERT_EQ(records.size(), 2U);
+    for (const nlohmann::json& record : records) {
+        EXPECT_EQ(record.at("name"), "doCycleWorks");
+        EXPECT_EQ(record.at("timeout"), 300);
+        EXPECT_EQ(record.at("timestamp"), 0);
+    }
+    EXPECT_EQ(records[0].at("state"), 1);
+    EXPECT_EQ(records[1].at("state"), 2);
+}
+
 std::size_t countLines(const std::string& text, const std::string& line) {
     std::istringstream in(text);
     std::size_t count = 0;

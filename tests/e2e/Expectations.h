@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "tests/e2e/RunResult.h"
 
@@ -13,5 +15,8 @@ void expectNote(const RunResult& result, const std::string& goldenName);
 // Status 0, that note, and the marker file standing; or gone.
 void expectSuccess(const RunResult& result, const std::string& goldenName);
 void expectFailure(const RunResult& result, const std::string& goldenName);
+
+// What the heartbeat reader records of one keeper: its start and its end.
+void expectHeartbeatsOfOneKeeper(const std::vector<nlohmann::json>& records);
 
 std::size_t countLines(const std::string& text, const std::string& line);

@@ -6,8 +6,8 @@ SimulatedMcu arm1(const std::vector<int>& version, const std::string& state) {
     return {"ARM1", 1, "a1b2c3d4", version, state};
 }
 
-FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version) {
-    return FirmwareImage(3000).version(version).hardware({0xA1, 0xB2, 0xC3, 0xD4});
+FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version, std::size_t size) {
+    return FirmwareImage(size).version(version).hardware({0xA1, 0xB2, 0xC3, 0xD4});
 }
 
 UpdateConfigFile arm1Config(const UpdateConfigFile::Attributes& more) {

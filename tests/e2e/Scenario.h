@@ -9,10 +9,10 @@
 #include "tests/e2e/UpdateConfigFile.h"
 
 // The MCU, image and configuration that most tests use: ARM1 behind target 1 with the hardware
-// a1b2c3d4, an image of 3000 bytes, one entry.
+// a1b2c3d4, an image, one entry.
 
 SimulatedMcu arm1(const std::vector<int>& version, const std::string& state = "application");
-FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version);
+FirmwareImage arm1Image(const std::array<std::uint8_t, 3>& version, std::size_t size = 3000);
 UpdateConfigFile arm1Config(const UpdateConfigFile::Attributes& more = {});
 
 // What the tool sends, as Device::requests tells it: in a whole update of ARM1, to an ARM1 that is

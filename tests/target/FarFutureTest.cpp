@@ -13,6 +13,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using std::chrono::seconds;
 
+constexpr std::size_t kSixBlocks = std::size_t{6} * 1024;
 constexpr long long kLast32BitSecond = 2147483647;
 // 2039-03-04 05:06:07 UTC.
 constexpr long long kFarMoment = 2182827967;
@@ -23,12 +24,6 @@ const json kSilentInMidTransfer =
 
 std::string scriptAt(long long moment, const std::string& command) {
     return "set-clock " + std::to_string(moment) + " && exec " + command + "\n";
-}
-
-FirmwareImage sixBlocks() {
-    return FirmwareImage(std::size_t{6} * 1024)
-        .version({2, 1, 0})
-        .hardware({0xA1, 0xB2, 0xC3, 0xD4});
 }
 
 // As if the file had come onto the device in 2039.
@@ -81,7 +76,7 @@ void expectGivenUpInTime(const Machine& machine) {
 
 TEST(FarFuture, SilentBootLoaderIsGivenUpIn2039AndTheRetrySucceeds) {
     Machine machine;
-    const FirmwareImage image = sixBlocks();
+    const FirmwareImage image = arm1Image({2, 1, 0}, kSixBlocks);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config());
     machine.connect({arm1({1, 0, 0})}, kSilentInMidTransfer);
@@ -98,7 +93,7 @@ TEST(FarFuture, SilentBootLoaderIsGivenUpIn2039AndTheRetrySucceeds) {
 TEST(FarFuture, SilentBootLoaderIsGivenUpWhenTheClockPasses31BitsInTheWait) {
     constexpr int kSecondsBefore = 7;
     Machine machine;
-    const FirmwareImage image = sixBlocks();
+    const FirmwareImage image = arm1Image({2, 1, 0}, kSixBlocks);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config());
     machine.connect({arm1({1, 0, 0})}, kSilentInMidTransfer);

@@ -16,10 +16,7 @@ const char kUnplugAndPlugIn[] =
     "echo 1 > /sys/class/tty/ttyS0/device/remove\nsleep 2\necho 1 > /sys/bus/pci/rescan\n";
 
 // Some seven seconds on the line.
-FirmwareImage longImage() {
-    constexpr std::size_t kBytes = std::size_t{80} * 1024;
-    return FirmwareImage(kBytes).version({2, 1, 0}).hardware({0xA1, 0xB2, 0xC3, 0xD4});
-}
+constexpr std::size_t kLongImage = std::size_t{80} * 1024;
 
 // A script that runs the command until five blocks of the image are sent, does `then`, and ends as
 // the command does.
@@ -33,7 +30,7 @@ std::string interrupted(const std::string& command, const std::string& then) {
 class SerialPortUnplug : public testing::Test {
   protected:
     void SetUp() override {
-        machine.firmware("arm1.bin", longImage());
+        machine.firmware("arm1.bin", arm1Image({2, 1, 0}, kLongImage));
         machine.configuration(arm1Config());
         machine.connect({arm1({1, 0, 0})});
         writeText(machine.jobFile("MCUUpdateSuccess"), "of an earlier job");
@@ -49,7 +46,7 @@ class SerialPortUnplug : public testing::Test {
         EXPECT_TRUE(result.markerExists);
         EXPECT_EQ(countLines(result.note, "Sending file complete\r"), 1U) << result.note;
         EXPECT_THAT(result.note, HasSubstr("Revcice Command TimeOut"));
-        EXPECT_EQ(machine.storedImage("ARM1"), longImage().padded());
+        EXPECT_EQ(machine.storedImage("ARM1"), arm1Image({2, 1, 0}, kLongImage).padded());
     }
 
     Machine machine;

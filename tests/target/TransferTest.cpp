@@ -12,15 +12,11 @@ namespace {
 using nlohmann::json;
 using std::chrono::seconds;
 
-FirmwareImage sixBlocks() {
-    return FirmwareImage(std::size_t{6} * 1024)
-        .version({2, 1, 0})
-        .hardware({0xA1, 0xB2, 0xC3, 0xD4});
-}
+constexpr std::size_t kSixBlocks = std::size_t{6} * 1024;
 
 TEST(Transfer, OutlivesRefusedAndDamagedBlocksAndSucceedsAtTheRetryAfterACancellation) {
     Machine machine;
-    const FirmwareImage image = sixBlocks();
+    const FirmwareImage image = arm1Image({2, 1, 0}, kSixBlocks);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config());
     // Block 2 twice refused, block 4 once damaged, block 5 cancelled.
@@ -35,7 +31,7 @@ TEST(Transfer, OutlivesRefusedAndDamagedBlocksAndSucceedsAtTheRetryAfterACancell
 
 TEST(Transfer, SucceedsOverALineWithEvenParityAndTwoStopBits) {
     Machine machine;
-    const FirmwareImage image = sixBlocks();
+    const FirmwareImage image = arm1Image({2, 1, 0}, kSixBlocks);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config().lineSetting("Parity", "2").lineSetting("StopBits", "2"));
     machine.connect({arm1({1, 0, 0})});
@@ -48,7 +44,7 @@ TEST(Transfer, SucceedsOverALineWithEvenParityAndTwoStopBits) {
 
 TEST(Transfer, SucceedsWhenTheMcuLostItsPowerInTheMiddle) {
     Machine machine;
-    const FirmwareImage image = sixBlocks();
+    const FirmwareImage image = arm1Image({2, 1, 0}, kSixBlocks);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config());
     machine.connect({arm1({1, 0, 0})},
@@ -60,7 +56,7 @@ TEST(Transfer, SucceedsWhenTheMcuLostItsPowerInTheMiddle) {
 
 TEST(Transfer, IsMadeUpForAfterTheDeviceLostItsPowerInTheMiddle) {
     Machine machine;
-    const FirmwareImage image = sixBlocks();
+    const FirmwareImage image = arm1Image({2, 1, 0}, kSixBlocks);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config());
     machine.connect({arm1({1, 0, 0})}, json(), 9600);

@@ -31,8 +31,7 @@ std::vector<double> intervals(const std::vector<json>& feeds) {
 
 TEST(Watchdog, IsFedEveryTwelveSecondsDuringALongTransfer) {
     Machine machine;
-    const FirmwareImage image =
-        FirmwareImage(kLongImage).version({2, 1, 0}).hardware({0xA1, 0xB2, 0xC3, 0xD4});
+    const FirmwareImage image = arm1Image({2, 1, 0}, kLongImage);
     machine.firmware("arm1.bin", image);
     machine.configuration(arm1Config().lineSetting("BaudRate", std::to_string(kSlowLine)));
     machine.connect({arm1({1, 0, 0})}, json(), kSlowLine);
@@ -63,15 +62,7 @@ TEST(Heartbeat, OfTheKeeperReachesTheReader) {
 
     expectSuccess(machine.update(seconds(90)), "up-to-date.note");
 
-    const std::vector<json> records = machine.records("heartbeats.jsonl");
-    ASSERT_EQ(records.size(), 2U);
-    for (const json& record : records) {
-        EXPECT_EQ(record.at("name"), "doCycleWorks");
-        EXPECT_EQ(record.at("timeout"), 300);
-        EXPECT_EQ(record.at("timestamp"), 0);
-    }
-    EXPECT_EQ(records[0].at("state"), 1);
-    EXPECT_EQ(records[1].at("state"), 2);
+    expectHeartbeatsOfOneKeeper(machine.records("heartbeats.jsonl"));
 }
 
 }  // namespace
