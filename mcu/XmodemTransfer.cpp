@@ -9,6 +9,7 @@
 #include <string>
 
 #include "mcu/UpdateNote.h"
+#include "mcu/WaitClock.h"
 #include "mcu/XmodemSender.h"
 #include "technic/TimeUtil.h"
 
@@ -164,12 +165,9 @@ int XmodemTransfer::writeBlock() {
 }
 
 bool XmodemTransfer::awaitReply() {
-    long long begin = localWallSeconds();
+    const WaitClock waited;
     for (;;) {
-        const long long now = localWallSeconds();
-        begin =
-            std::min(begin, now);  // a clock that was set back does not prolong the wait by that
-        if (now - begin > m_timeoutSeconds) {
+        if (waited.seconds() > m_timeoutSeconds) {
             UpdateNote::log("Revcice Command TimeOut");
             return false;
         }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <ctime>
 
-// The wall clock of this program while it lives: each look at it finds one second more. One at a
-// time.
+// The clocks of this program while it lives: each look at the wall clock finds one second more, and
+// the ticks go with it. One at a time.
 class TickingClock {
   public:
     TickingClock();
@@ -11,15 +13,21 @@ class TickingClock {
     TickingClock(const TickingClock&) = delete;
     TickingClock& operator=(const TickingClock&) = delete;
 
-    // Somebody sets the clock back by a hundred seconds before that look.
-    void setBackBeforeLook(int look) { m_setBack = look; }
+    // Somebody sets the wall clock by so many seconds, on or back, before that look.
+    void setBeforeLook(int look, std::time_t seconds) {
+        m_setLook = look;
+        m_setBy = seconds;
+    }
 
     int looks() const { return m_looks; }
 
     std::time_t look();
+    clock_t ticks() const;
 
   private:
+    const clock_t m_firstTicks;
     int m_looks = 0;
-    int m_setBack = 0;
+    int m_setLook = 0;
+    std::time_t m_setBy = 0;
     std::time_t m_now = 1000000000;
 };

@@ -1,3 +1,5 @@
+#include <ostream>
+
 #include "tests/mcu/TickingClock.h"
 #include "tests/mcu/XmodemFixture.h"
 
@@ -38,13 +40,41 @@ TEST_F(XmodemWait, MayTakeFifteenSecondsUntilSet) {
     EXPECT_EQ(clock.looks(), looksOf(15));
 }
 
-TEST_F(XmodemWait, IsNotProlongedByAClockThatIsSetBack) {
+struct StepRow {
+    const char* what;
+    long seconds;
+};
+
+void PrintTo(const StepRow& row, std::ostream* out) {
+    *out << row.what;
+}
+
+class XmodemWaitUnderAStep : public XmodemWait, public testing::WithParamInterface<StepRow> {};
+
+TEST_P(XmodemWaitUnderAStep, IsNeitherEndedNorProlonged) {
     sender.setTimeout(4);
-    clock.setBackBeforeLook(4);
+    clock.setBeforeLook(4, GetParam().seconds);
 
     EXPECT_EQ(sender.sendFile(file.path().c_str()), -2);
 
-    EXPECT_EQ(clock.looks(), 3 + looksOf(4));
+    EXPECT_EQ(clock.looks(), looksOf(4));
+}
+
+INSTANTIATE_TEST_SUITE_P(Steps, XmodemWaitUnderAStep,
+                         testing::Values(StepRow{"BackByMinutes", -100},
+                                         StepRow{"BackByHours", -5L * 3600},
+                                         StepRow{"OnBySeconds", 3}, StepRow{"OnByHours", 5L * 3600},
+                                         StepRow{"OnByYears", 800000000}),
+                         [](const auto& test) { return test.param.what; });
+
+// No more than the clocks may be apart without a step.
+TEST_F(XmodemWait, IsTwoSecondsShorterAtMostUnderASmallStep) {
+    sender.setTimeout(4);
+    clock.setBeforeLook(4, 2);
+
+    EXPECT_EQ(sender.sendFile(file.path().c_str()), -2);
+
+    EXPECT_EQ(clock.looks(), looksOf(4) - 2);
 }
 
 }  // namespace
