@@ -13,6 +13,13 @@ Endpoint::~Endpoint() {
     }
 }
 
+std::unique_ptr<Endpoint> Endpoint::connected(int descriptor) {
+    std::unique_ptr<Endpoint> endpoint(new Endpoint);
+    endpoint->m_io = FileDescriptor(descriptor);
+    endpoint->m_address = "the line";
+    return endpoint;
+}
+
 void Endpoint::acceptPeer() {
     m_io =
         FileDescriptor(accept4(m_listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));

@@ -25,6 +25,8 @@ class Endpoint {
     // A serial device: "BAUD,DATABITS,STOPBITS,PARITY" with none, odd or even for the parity.
     static std::unique_ptr<Endpoint> serialDevice(const std::string& device,
                                                   const std::string& line);
+    // A descriptor that is open and does not block; it is closed with the endpoint.
+    static std::unique_ptr<Endpoint> connected(int descriptor);
 
     // What the peer opens or connects to.
     const std::string& address() const { return m_address; }

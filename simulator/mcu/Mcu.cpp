@@ -123,15 +123,19 @@ bool Mcu::interrupted(const std::vector<Fault>& faults, const std::string& event
                 m_wakesInBoot = false;
                 return true;
             case FaultAction::PowerCycle:
-                m_lostTransfer = m_transfer.has_value();
-                endTransfer("power cycle");
-                restart(false, now);
+                powerCycle(now);
                 return true;
             default:
                 break;
         }
     }
     return false;
+}
+
+void Mcu::powerCycle(Time now) {
+    m_lostTransfer = m_transfer.has_value();
+    endTransfer("power cycle");
+    restart(false, now);
 }
 
 void Mcu::obey(RequestKind kind, const std::vector<Fault>& faults, Time now) {

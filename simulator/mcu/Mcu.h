@@ -42,6 +42,8 @@ class Mcu {
     void onTransferItem(const LineItem& item, Time now);
     // Part of something unfinished came over the line while receives() was true.
     void onPartOfBlock(Time now);
+    // The power goes and comes back: all that was under way is forgotten.
+    void powerCycle(Time now);
     // Does what is due at this moment; to be called at nextDeadline() at the latest.
     void onTime(Time now);
     Time nextDeadline() const;

@@ -63,10 +63,12 @@ const char* itemMeaning(LineItem::Type type) {
 
 }  // namespace
 
-Simulator::Simulator(const Options& options)
+Simulator::Simulator(const Options& options) : Simulator(options, openEndpoint(options)) {}
+
+Simulator::Simulator(const Options& options, std::unique_ptr<Endpoint> endpoint)
     : m_options(options),
       m_clock(options.timeScale),
-      m_endpoint(openEndpoint(options)),
+      m_endpoint(std::move(endpoint)),
       m_decoder(std::max<Time>(kGap, m_clock.fromReal(kLeastRealGap)),
                 std::max<Time>(kPurge, m_clock.fromReal(kLeastRealPurge))),
       m_input(*m_endpoint, m_clock.fromReal(byteTimeOf(options.baud))),
@@ -96,15 +98,37 @@ Simulator::~Simulator() = default;
 void Simulator::run(const volatile std::sig_atomic_t& stop, const sigset_t& waitMask) {
     while (stop == 0) {
         wait(waitMask);
-        const Time now = m_clock.now();
-        readLine(now);
-        for (const auto& mcu : m_mcus) {
-            mcu->onTime(now);
-        }
-        // The state is on record before the host can hear of it.
-        writeState();
-        writeLine(now);
+        act(m_clock.now());
     }
+}
+
+void Simulator::turn() {
+    const Time now = m_clock.now();
+    m_input.noteReadable(now);
+    act(now);
+}
+
+void Simulator::act(Time now) {
+    readLine(now);
+    for (const auto& mcu : m_mcus) {
+        mcu->onTime(now);
+    }
+    // The state is on record before the host can hear of it.
+    writeState();
+    writeLine(now);
+}
+
+nanoseconds Simulator::untilDue() const {
+    const Time deadline = nextDeadline();
+    return deadline == kNever ? nanoseconds::max() : m_clock.realUntil(deadline);
+}
+
+void Simulator::powerCycle() {
+    m_decoder.clear();
+    for (const auto& mcu : m_mcus) {
+        mcu->powerCycle(m_clock.now());
+    }
+    writeState();
 }
 
 void Simulator::wait(const sigset_t& waitMask) {
@@ -113,9 +137,8 @@ void Simulator::wait(const sigset_t& waitMask) {
     polled[1] = {m_input.isWaiting() ? -1 : m_endpoint->descriptor(), POLLIN, 0};
     timespec limit{};
     const timespec* limitOrNone = nullptr;
-    const Time deadline = nextDeadline();
-    if (deadline != kNever) {
-        const nanoseconds real = m_clock.realUntil(deadline);
+    const nanoseconds real = untilDue();
+    if (real != nanoseconds::max()) {
         limit.tv_sec = static_cast<time_t>(real / seconds(1));
         limit.tv_nsec = static_cast<long>((real % seconds(1)).count());
         limitOrNone = &limit;

@@ -19,6 +19,8 @@ class Simulator : private McuPort {
   public:
     // Throws SettingsError or std::runtime_error.
     explicit Simulator(const Options& options);
+    // Behind a line that is there already; the options for the line are not looked at.
+    Simulator(const Options& options, std::unique_ptr<Endpoint> endpoint);
     ~Simulator() override;
 
     // What the peer opens or connects to.
@@ -26,6 +28,16 @@ class Simulator : private McuPort {
     // Runs until `stop` becomes other than 0, which a signal handler may do while the signals of
     // `waitMask` are let in. Throws std::runtime_error when the line or a file is lost.
     void run(const volatile std::sig_atomic_t& stop, const sigset_t& waitMask);
+
+    // For a caller with a loop of its own: takes what the line has brought, does what is due and
+    // sends what is to be said, without waiting. Throws as run().
+    void turn();
+    // The real time after which turn() has something to do even if the line brings nothing; the
+    // longest there is for never.
+    std::chrono::nanoseconds untilDue() const;
+    // Cuts the power of all MCUs for a moment: what was under way is forgotten, all start anew.
+    void powerCycle();
+
     // The state report as JSON text.
     std::string stateReport() const;
 
@@ -35,6 +47,7 @@ class Simulator : private McuPort {
               const std::string& detail) override;
     bool transferUnderWay() const override;
 
+    void act(Time now);
     Mcu* receiver() const;
     void wait(const sigset_t& waitMask);
     Time nextDeadline() const;
