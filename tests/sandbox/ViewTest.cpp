@@ -124,6 +124,32 @@ TEST(View, BoundDirectoryIsWritable) {
     EXPECT_EQ(sandbox.readFile("more/file"), "content\n");
 }
 
+TEST(View, DirectoryThatIsBoundReadOnlyShowsItsFilesAndTakesNone) {
+    const Sandbox sandbox;
+    sandbox.writeFile("more/file", "content\n");
+
+    const RunResult result =
+        sandbox.shell({"--read-only", std::string(sandbox.path("more")) + "=/opt/more"},
+                      "cat /opt/more/file; rm /opt/more/file 2>&1");
+
+    EXPECT_THAT(result.output, HasSubstr("content\n"));
+    EXPECT_THAT(result.output, HasSubstr("Read-only file system"));
+    EXPECT_EQ(sandbox.readFile("more/file"), "content\n");
+}
+
+TEST(View, DiskIsEmptyAndTakesNoMoreThanItsSize) {
+    const Sandbox sandbox;
+    sandbox.writeFile("device/log/of-the-host", "");
+
+    const RunResult result =
+        sandbox.shell({"--disk", "65536=/mnt/mtd/log"},
+                      "cd /mnt/mtd/log && ls && cat /dev/zero > filled; stat -c %s filled");
+
+    EXPECT_EQ(result.output, "65536\n");
+    EXPECT_THAT(result.errors, HasSubstr("No space left on device"));
+    EXPECT_FALSE(fs::exists(sandbox.device("log/filled")));
+}
+
 // A pseudo-terminal of the host.
 class HostTerminal : public testing::Test {
   protected:

@@ -73,6 +73,16 @@ TEST(Watchdog, ThatFailsRefusesEveryFeedAndRecordsNone) {
     EXPECT_TRUE(sandbox.records("feeds.jsonl").empty());
 }
 
+TEST(Watchdog, ThatVanishesTakesOneFeedAndRefusesEveryLaterOne) {
+    const Sandbox sandbox;
+
+    const RunResult result = sandbox.probe(
+        {"--watchdog", "vanish"}, {"feed", "/dev/gpio_wtd", "/dev/gpio_wtd", "/dev/gpio_wtd"});
+
+    EXPECT_EQ(result.output, "0 0\n" + failure(ENODEV) + failure(ENODEV));
+    EXPECT_EQ(sandbox.records("feeds.jsonl").size(), 1U);
+}
+
 TEST(Watchdog, ThatIsMissingHasNoNode) {
     const RunResult result = Sandbox().shell({"--watchdog", "missing"}, "test -e /dev/gpio_wtd");
 

@@ -7,6 +7,7 @@
 
 #include "simulator/sandbox/shim/Next.h"
 #include "simulator/sandbox/shim/TimeScale.h"
+#include "simulator/sandbox/shim/WallStep.h"
 
 namespace {
 
@@ -20,12 +21,24 @@ timespec deviceTimeOfDay() {
     return time_scale::momentToDevice(time_scale::realClock(CLOCK_REALTIME));
 }
 
+bool isWallClock(clockid_t clock) {
+    return clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE ||
+           clock == CLOCK_REALTIME_ALARM || clock == CLOCK_TAI;
+}
+
+time_t wallStep() {
+    return static_cast<time_t>(wallStepSeconds());
+}
+
 }  // namespace
 
 SHIM_EXPORT int clock_gettime(clockid_t clock, timespec* now) noexcept {
     const int result = nextClockGettime.get()(clock, now);
     if (result == 0 && time_scale::isActive() && time_scale::isScaledClock(clock)) {
         *now = time_scale::momentToDevice(*now);
+    }
+    if (result == 0 && isWallClock(clock)) {
+        now->tv_sec += wallStep();
     }
     return result;
 }
@@ -35,14 +48,15 @@ SHIM_EXPORT int gettimeofday(timeval* now, void* zone) noexcept {
     if (result == 0 && time_scale::isActive()) {
         *now = time_scale::toTimeval(deviceTimeOfDay());
     }
+    if (result == 0) {
+        now->tv_sec += wallStep();
+    }
     return result;
 }
 
 SHIM_EXPORT time_t time(time_t* now) noexcept {
-    if (!time_scale::isActive()) {
-        return nextTime.get()(now);
-    }
-    const time_t seconds = deviceTimeOfDay().tv_sec;
+    const time_t seconds =
+        wallStep() + (time_scale::isActive() ? deviceTimeOfDay().tv_sec : nextTime.get()(nullptr));
     if (now != nullptr) {
         *now = seconds;
     }
@@ -63,6 +77,9 @@ SHIM_EXPORT int timespec_get(timespec* now, int base) noexcept {
     const int result = nextTimespecGet.get()(now, base);
     if (result == TIME_UTC && time_scale::isActive()) {
         *now = time_scale::momentToDevice(*now);
+    }
+    if (result == TIME_UTC) {
+        now->tv_sec += wallStep();
     }
     return result;
 }

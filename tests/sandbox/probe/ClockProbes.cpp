@@ -93,3 +93,14 @@ int probeStart(const Arguments& /*arguments*/) {
     std::printf("%lld\n", static_cast<long long>(device - nanoseconds(real)));
     return 0;
 }
+
+int probeAhead(const Arguments& arguments) {
+    const std::string& name = arguments.at(0);
+    const bool isMonotonic = name.compare(0, 9, "monotonic") == 0;
+    const std::int64_t clock = clocks().at(name)();
+    timespec real{};
+    (void)syscall(SYS_clock_gettime, isMonotonic ? CLOCK_MONOTONIC : CLOCK_REALTIME, &real);
+    std::printf("%lld\n",
+                static_cast<long long>((clock - nanoseconds(real)) / kNanosecondsPerSecond));
+    return 0;
+}

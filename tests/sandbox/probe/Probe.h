@@ -27,6 +27,9 @@ int probeWait(const Arguments& arguments);
 int probeClock(const Arguments& arguments);
 // Prints by how many nanoseconds the time of day is ahead of the real one at the program's start.
 int probeStart(const Arguments& arguments);
+// Prints by how many seconds the named clock, one of the wall or a monotonic one, is ahead of the
+// real one.
+int probeAhead(const Arguments& arguments);
 // Prints what the named function, with a limit of 10 seconds, has left when it is interrupted
 // after about 50 real milliseconds, and how long it really took, both in milliseconds.
 int probeRemainder(const Arguments& arguments);

@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
         {"wait", probeWait},
         {"clock", probeClock},
         {"start", probeStart},
+        {"ahead", probeAhead},
         {"remainder", probeRemainder},
         {"cancel", probeCancel},
         {"terminal-read", probeTerminalRead},
