@@ -1,13 +1,10 @@
 #include "app/UpdateJob.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <exception>
 
 #include "app/MCUHardwareWatchDog.h"
 #include "app/MCUUpdateTool.h"
+#include "app/SuccessMarker.h"
 #include "mcu/UpdateNote.h"
 #include "technic/TimeUtil.h"
 
@@ -19,23 +16,6 @@ constexpr long kResetType = 3;
 
 constexpr int kMostFailures = 2;
 constexpr long kSecondRunWaitSeconds = 20;
-
-constexpr char kSuccessMarker[] = "MCUUpdateSuccess";
-constexpr mode_t kMarkerMode = 0644;
-
-// Empty. What stands in its place already is emptied, and never waited for.
-void createMarker() {
-    const int marker =
-        ::open(kSuccessMarker, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kMarkerMode);
-    if (marker >= 0) {
-        (void)::close(marker);  // nothing was written
-    }
-}
-
-// Whatever bears the name goes, for only its presence counts. A missing marker is no error.
-void removeMarker() {
-    (void)std::remove(kSuccessMarker);
-}
 
 bool load(MCUUpdateTool& tool, const JobArguments& arguments) {
     tool.setConfigFile(arguments.configFile);
@@ -57,12 +37,12 @@ bool runList(MCUUpdateTool& tool) {
 bool updateWithSecondRun(MCUUpdateTool& tool) {
     for (int failures = 0;;) {
         if (runList(tool)) {
-            createMarker();
+            success_marker::create();
             UpdateNote::log("update seccess!\n\n\n\n");
             return true;
         }
         ++failures;
-        removeMarker();
+        success_marker::remove();
         UpdateNote::log("update failed!\n\n\n\n");
         if (failures == kMostFailures) {
             return false;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -15,6 +16,8 @@
 namespace {
 
 constexpr mode_t kNoteMode = 0644;
+// A pipe in the note's place, without a reader or full, is not waited for.
+constexpr int kOpenFlags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 // The note's descriptor, held from the first message on, as long as the note is where it was:
 // opening the file for every message would cost a multiple of looking whether it is there and
@@ -27,29 +30,39 @@ class NoteFile {
 
     // The caller holds the lock.
     void append(const char* text, std::size_t length) {
-        if (!isOpen()) {
-            return;
-        }
+        const bool isWhole =
+            isOpen() && transferWhole(length, [&](std::size_t offset, std::size_t rest) {
+                return ::write(m_fd, text + offset, rest);
+            });
         // What a full disk does not take is lost: the job goes on without it.
-        (void)transferWhole(length, [&](std::size_t offset, std::size_t rest) {
-            return ::write(m_fd, text + offset, rest);
-        });
+        if (!isWhole && !m_isLossTold) {
+            m_isLossTold = true;
+            tell("written");
+        }
     }
 
     // The caller holds the lock.
     void remove() {
         close();
-        (void)::unlink(device_paths::kUpdateNoteLog);  // a missing note is no error
+        const char* const path = device_paths::kUpdateNoteLog;
+        if (::unlink(path) != 0 && ::truncate(path, 0) != 0 && errno != ENOENT) {
+            tell("deleted");
+        }
     }
 
   private:
+    // The reason is in errno.
+    static void tell(const char* what) {
+        (void)std::fprintf(stderr, "MCUUpdateTool: the note log %s cannot be %s: %s\n",
+                           device_paths::kUpdateNoteLog, what, std::strerror(errno));
+    }
+
     bool isOpen() {
         if (m_fd != -1 && !isInPlace()) {
             close();
         }
         if (m_fd == -1) {
-            m_fd = ::open(device_paths::kUpdateNoteLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC,
-                          kNoteMode);
+            m_fd = ::open(device_paths::kUpdateNoteLog, kOpenFlags, kNoteMode);
             if (m_fd != -1) {
                 (void)::fstat(m_fd, &m_opened);  // zeros, should it fail: opened again next time
             }
@@ -74,6 +87,7 @@ class NoteFile {
 
     MutexCell m_lock;
     int m_fd = -1;
+    bool m_isLossTold = false;
     struct stat m_opened {};
 };
 

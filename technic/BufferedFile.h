@@ -24,7 +24,9 @@ class BufferedFile {
     // writing anew (kWrite and kTruncate), reading and writing (kUpdate), reading and writing at
     // the end (kUpdate and kAppend) or reading and writing anew (kUpdate, kAppend and kTruncate). A
     // file that was open is closed first. Returns false, and the file is closed, when the path is
-    // null, the flags are any others or the system refuses.
+    // null, the flags are any others or the system refuses. Writing alone does not wait for the
+    // reader of a pipe that stands there: without a reader it is refused, and what a full pipe does
+    // not take is an error.
     bool open(const char* path, unsigned flags);
 
     // 0, also when the file was closed already; -1 when buffered data could not be written. The

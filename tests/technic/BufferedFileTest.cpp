@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -71,6 +73,27 @@ TEST_P(OpenMode, IsThatOfTheFlags) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Accepted, OpenMode, testing::ValuesIn(kModes));
+
+class OpenModeForWriting : public testing::TestWithParam<unsigned> {};
+
+TEST_P(OpenModeForWriting, NeverWaitsForTheReaderOfAPipe) {
+    const DeviceFolder folder;
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    constexpr unsigned kHangSeconds = 30;
+    (void)alarm(kHangSeconds);
+    BufferedFile file;
+    EXPECT_FALSE(file.open(pipe.c_str(), GetParam()));
+
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_TRUE(file.open(pipe.c_str(), GetParam()));
+    const std::string more(100000, 'x');  // than a pipe holds
+    EXPECT_EQ(file.write(more.data(), more.size()), -1);
+    (void)alarm(0);
+    close(reader);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, OpenModeForWriting, testing::Values(2, 2 | 32, 2 | 64, 2 | 32 | 64));
 
 TEST(OpenModeOfAnyOtherFlags, IsRefusedAndTouchesNoFile) {
     const DeviceFolder folder;

@@ -1,6 +1,8 @@
 #include "technic/LogFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -13,6 +15,8 @@
 namespace {
 
 constexpr std::uint32_t kLimit = 1024;
+// After which a test that hangs is ended.
+constexpr unsigned kHangSeconds = 30;
 
 class EventLog : public testing::Test {
   protected:
@@ -68,6 +72,22 @@ TEST_F(EventLog, FolderInTheFilesPlaceLosesTheLine) {
     std::filesystem::create_directory(m_path);
     writeLogLine(m_path, "Reboot", "lost", kLimit, 2);
     EXPECT_TRUE(std::filesystem::is_empty(m_path));
+}
+
+TEST_F(EventLog, PipeInTheFilesPlaceIsNotWaitedForAndLosesTheLine) {
+    ASSERT_EQ(mkfifo(m_path.c_str(), 0600), 0);
+    (void)alarm(kHangSeconds);
+    writeLogLine(m_path, "Reboot", "lost", kLimit, 2);
+    (void)alarm(0);
+    EXPECT_TRUE(std::filesystem::is_fifo(m_path));
+}
+
+TEST_F(EventLog, PipeInTheBackupsPlaceIsRemoved) {
+    ASSERT_EQ(mkfifo((m_path + ".1").c_str(), 0600), 0);
+    fill();
+    writeLogLine(m_path, "Reboot", "new", kLimit, 2);
+    EXPECT_EQ(log(), "TIME,[Reboot] new\n");
+    EXPECT_EQ(backup(1), std::string(kLimit, 'x'));
 }
 
 TEST_F(EventLog, LastingLogGoesRoundThroughItsBackups) {
