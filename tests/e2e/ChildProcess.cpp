@@ -37,6 +37,8 @@ ChildProcess::ChildProcess(std::vector<std::string> argv,
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, standardOutput.c_str(), kFlags, 0644);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, standardError.c_str(), kFlags, 0644);
+    // Nothing of what this process has open is the child's.
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     const int error =
         posix_spawn(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);

@@ -23,6 +23,7 @@ class ChildProcess {
     // runs after `limit`.
     std::optional<int> wait(std::chrono::milliseconds limit);
     bool isRunning();
+    pid_t pid() const { return m_pid; }
     // Asks the process to end (SIGTERM) and waits for it.
     void terminate();
     // Ends it at once (SIGKILL).

@@ -1,0 +1,62 @@
+#include "tests/faults/SweepRecord.h"
+
+#include <fstream>
+#include <utility>
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+namespace {
+
+constexpr char kCleanFile[] = "clean.json";
+constexpr char kRunsFile[] = "runs.jsonl";
+
+}  // namespace
+
+SweepRecord::SweepRecord(fs::path directory) : m_directory(std::move(directory)) {
+    fs::create_directories(m_directory);
+    std::ifstream clean(m_directory / kCleanFile);
+    const json recorded = json::parse(clean, nullptr, false);
+    if (recorded.is_object()) {
+        m_clean = {recorded.at("questions"), recorded.at("events")};
+    }
+    std::ifstream runs(m_directory / kRunsFile);
+    for (std::string line; std::getline(runs, line);) {
+        const json run = json::parse(line, nullptr, false);
+        if (run.is_object()) {
+            m_runs[run.at("id")] = run;
+        }
+    }
+}
+
+void SweepRecord::keepClean(const CleanUpdate& clean) {
+    m_clean = clean;
+    std::ofstream(m_directory / kCleanFile)
+        << json{{"questions", clean.questions}, {"events", clean.events}}.dump() << "\n";
+}
+
+void SweepRecord::keep(const FaultReport& report) {
+    const json run = jsonOf(report);
+    m_runs[run.at("id")] = run;
+    std::ofstream(m_directory / kRunsFile, std::ios::app) << run.dump() << "\n" << std::flush;
+}
+
+json jsonOf(const FaultReport& report) {
+    std::vector<std::string> titles;
+    for (const LineFault& fault : report.plan.faults) {
+        titles.push_back(titleOf(fault));
+    }
+    return {{"id", idOf(report.plan)},
+            {"faults", titles},
+            {"markerBefore", report.plan.markerBefore},
+            {"happened", report.happened},
+            {"inStep", report.inStep},
+            {"verdict", titleOf(report.verdict)},
+            {"reason", report.reason},
+            {"attempts", report.attempts},
+            {"seconds", report.seconds},
+            {"bound", report.bound},
+            {"recoveryAttempts", report.recoveryAttempts},
+            {"recoverySeconds", report.recoverySeconds},
+            {"violations", report.violations}};
+}
