@@ -23,6 +23,7 @@ constexpr std::chrono::seconds kRunLimit{100};
 constexpr unsigned char kMarkFrame[] = {0xFE, 0x02, 0x06, 0x01, 0x00, 0x09, 0xFF};
 constexpr std::chrono::seconds kMarkLimit{10};
 constexpr std::chrono::milliseconds kMarkPoll{5};
+constexpr std::chrono::seconds kAwaitLimit{60};
 
 std::size_t countLinesWith(const fs::path& file, const std::string& text) {
     std::ifstream in(file);
@@ -31,6 +32,19 @@ std::size_t countLinesWith(const fs::path& file, const std::string& text) {
         count += line.find(text) != std::string::npos ? 1U : 0U;
     }
     return count;
+}
+
+// Where the host's pseudo-terminals are inside the device of a movable line.
+const fs::path kHostTerminals = "/ptys";
+
+void awaitIn(const fs::path& file, const std::string& text) {
+    const auto deadline = std::chrono::steady_clock::now() + kAwaitLimit;
+    while (readText(file).find(text) == std::string::npos) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("not in " + file.string() + ": " + text);
+        }
+        std::this_thread::sleep_for(kMarkPoll);
+    }
 }
 
 }  // namespace
@@ -64,22 +78,53 @@ void Device::configuration(const UpdateConfigFile& config) {
     config.writeTo(jobFile("update.xml"));
 }
 
+Device& Device::movableLine() {
+    m_isLineMovable = true;
+    return sandboxOption("--ptys", kHostTerminals);
+}
+
+void Device::plugIn() const {
+    const fs::path terminal = fs::read_symlink(directory() / "line").filename();
+    fs::create_symlink(kHostTerminals / terminal, jobFile("line"));
+}
+
+void Device::pullOut() const {
+    fs::remove(jobFile("line"));
+}
+
+void Device::hangUp() {
+    stopMcus();
+    m_marks = 0;
+}
+
 RunResult Device::runTool(const std::vector<std::string>& arguments) {
+    start(arguments);
+    return finish();
+}
+
+void Device::start(const std::vector<std::string>& arguments) {
     std::vector<std::string> command = {SANDBOX_SCRIPT, "--dir", runDirectory(), "--time-scale",
                                         std::to_string(m_timeScale)};
-    if (hasMcus()) {
+    if (hasMcus() && !m_isLineMovable) {
         command.insert(command.end(), {"--tty", directory() / "line"});
     }
     command.insert(command.end(), m_options.begin(), m_options.end());
     command.insert(command.end(), {"--", TOOL_PROGRAM});
     command.insert(command.end(), arguments.begin(), arguments.end());
 
+    m_tool =
+        std::make_unique<ChildProcess>(command, directory() / "stdout", directory() / "stderr");
+}
+
+RunResult Device::finish() {
     RunResult result;
-    ChildProcess tool(command, directory() / "stdout", directory() / "stderr");
-    result.status = tool.wait(kRunLimit).value_or(-1);
-    tool.terminate();
+    result.status = m_tool->wait(kRunLimit).value_or(-1);
+    m_tool.reset();
     if (hasMcus()) {
         waitUntilLineIsEmpty();
+    }
+    if (m_isLineMovable) {
+        result.line = "/job/line";
     }
     const fs::path note = runDirectory() / "log" / "MCUUpdateNote.log";
     result.output = readText(directory() / "stdout");
@@ -90,7 +135,24 @@ RunResult Device::runTool(const std::vector<std::string>& arguments) {
 }
 
 RunResult Device::update(int timeoutSeconds) {
-    return runTool({"1", "/job/update.xml", "/job/firmware/", std::to_string(timeoutSeconds)});
+    startUpdate(timeoutSeconds);
+    return finish();
+}
+
+void Device::startUpdate(int timeoutSeconds) {
+    start({"1", "/job/update.xml", "/job/firmware/", std::to_string(timeoutSeconds)});
+}
+
+void Device::awaitNote(const std::string& text) const {
+    awaitIn(runDirectory() / "log" / "MCUUpdateNote.log", text);
+}
+
+void Device::awaitOutput(const std::string& text) const {
+    awaitIn(directory() / "stdout", text);
+}
+
+void Device::awaitOnLine(const std::string& meaning) const {
+    awaitIn(transcriptFile(), '"' + meaning + '"');
 }
 
 void Device::connect(const std::vector<SimulatedMcu>& mcus, const json& faults) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -33,10 +34,26 @@ class Device : public SimulatedLine {
     void connect(const std::vector<SimulatedMcu>& mcus,
                  const nlohmann::json& faults = nlohmann::json());
 
+    // The simulated line as "/job/line" from now on, a link that can be taken away and put back
+    // while the tool runs; there is none at first.
+    Device& movableLine();
+    void plugIn() const;
+    void pullOut() const;
+    // The MCUs go, and so does the line under whoever has it open. They can be connected again.
+    void hangUp();
+
     // Runs the tool with these arguments.
     RunResult runTool(const std::vector<std::string>& arguments);
     // Runs a Type 1 job over the configuration with this time-out argument.
     RunResult update(int timeoutSeconds);
+    // The same in two steps, for a test that does something to the device meanwhile.
+    void startUpdate(int timeoutSeconds);
+    RunResult finish();
+    // Waits until the note, what the tool printed, or the record of the line holds this text.
+    // Throws std::runtime_error when it does not in time.
+    void awaitNote(const std::string& text) const;
+    void awaitOutput(const std::string& text) const;
+    void awaitOnLine(const std::string& meaning) const;
 
     // Records written by the sandbox's stand-ins, a JSON object a line.
     std::vector<nlohmann::json> records(const std::string& fileName) const;
@@ -46,7 +63,11 @@ class Device : public SimulatedLine {
     // Until the simulated MCUs have taken, and recorded, all that the tool wrote before it ended.
     void waitUntilLineIsEmpty();
 
+    void start(const std::vector<std::string>& arguments);
+
     int m_timeScale;
+    bool m_isLineMovable = false;
     std::vector<std::string> m_options;
     std::size_t m_marks = 0;
+    std::unique_ptr<ChildProcess> m_tool;
 };

@@ -24,13 +24,26 @@ std::string echoOfNote(const std::string& output) {
     return echo;
 }
 
+std::string differenceFrom(const std::string& goldenName, const RunResult& result,
+                           const std::string& note) {
+    const auto golden =
+        goldenMessages(std::filesystem::path(GOLDEN_DIRECTORY) / goldenName, result.line);
+    return differenceFromGolden(note, golden);
+}
+
 }  // namespace
 
 void expectNote(const RunResult& result, const std::string& goldenName) {
-    const auto golden =
-        goldenMessages(std::filesystem::path(GOLDEN_DIRECTORY) / goldenName, result.line);
-    EXPECT_EQ(differenceFromGolden(result.note, golden), "");
+    expectNoteAlone(result, goldenName);
     EXPECT_EQ(echoOfNote(result.output), result.note);
+}
+
+void expectNoteAlone(const RunResult& result, const std::string& goldenName) {
+    EXPECT_EQ(differenceFrom(goldenName, result, result.note), "");
+}
+
+void expectPrintedNote(const RunResult& result, const std::string& goldenName) {
+    EXPECT_EQ(differenceFrom(goldenName, result, echoOfNote(result.output)), "");
 }
 
 void expectSuccess(const RunResult& result, const std::string& goldenName) {

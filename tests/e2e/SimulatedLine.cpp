@@ -78,6 +78,10 @@ std::string SimulatedLine::startMcus(const std::vector<SimulatedMcu>& mcus, cons
     return readText(m_directory / "ready");
 }
 
+void SimulatedLine::stopMcus() {
+    m_simulator.reset();
+}
+
 void SimulatedLine::waitUntilReady() {
     const auto deadline = std::chrono::steady_clock::now() + kReadyLimit;
     while (!fs::exists(m_directory / "ready")) {

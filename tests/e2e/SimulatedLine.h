@@ -48,6 +48,8 @@ class SimulatedLine {
     // fault script. Returns the line's address when it is there.
     std::string startMcus(const std::vector<SimulatedMcu>& mcus, const nlohmann::json& faults,
                           const std::vector<std::string>& lineOptions);
+    // Ends the MCUs and their line; the record of the line is kept until they are started again.
+    void stopMcus();
     bool hasMcus() const { return m_simulator != nullptr; }
     std::filesystem::path transcriptFile() const { return m_directory / "transcript.jsonl"; }
 
