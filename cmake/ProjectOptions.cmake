@@ -14,7 +14,7 @@ if(MCU_SANITIZE)
     # With a sanitizer's instrumentation GCC takes parts of the standard library (std::regex) for
     # uninitialised; the plain builds keep the warning.
     target_compile_options(project_options INTERFACE -fsanitize=${MCU_SANITIZE}
-        -fno-sanitize-recover=all -Wno-maybe-uninitialized)
+        -fno-sanitize-recover=all $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(project_options INTERFACE -fsanitize=${MCU_SANITIZE})
 endif()
 if(CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")

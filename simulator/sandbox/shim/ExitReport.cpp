@@ -1,7 +1,5 @@
 // What a program leaves at its exit: descriptors that are still open and threads that still run.
 #include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,7 +11,6 @@
 
 namespace {
 
-constexpr mode_t kFileMode = 0644;
 // Real time in which threads that are about to end may do so, and between two looks.
 constexpr int kLooks = 100;
 constexpr timespec kLookInterval{0, 5000000};
