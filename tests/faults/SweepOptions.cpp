@@ -17,7 +17,8 @@ ParsedSweepOptions parseSweepOptions(int argc, const char* const* argv) {
         "plain one.\nEnds with 0 when all that must hold held.");
     app.add_option("--dir", options.directory,
                    "where the runs and the report go; runs that are done there are not repeated")
-        ->required();
+        ->required()
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_option("--jobs", options.jobs, "how many runs at a time")
         ->check(CLI::Range(1, 200))
         ->capture_default_str();

@@ -1,6 +1,9 @@
 #include "tests/faults/SweepRecord.h"
 
+#include <fmt/format.h>
+
 #include <fstream>
+#include <stdexcept>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -11,13 +14,23 @@ namespace {
 constexpr char kCleanFile[] = "clean.json";
 constexpr char kRunsFile[] = "runs.jsonl";
 
+std::string buildOf(const fs::path& tool) {
+    return fmt::format("{} bytes, {}", fs::file_size(tool),
+                       fs::last_write_time(tool).time_since_epoch().count());
+}
+
 }  // namespace
 
-SweepRecord::SweepRecord(fs::path directory) : m_directory(std::move(directory)) {
+SweepRecord::SweepRecord(fs::path directory, const fs::path& tool)
+    : m_directory(std::move(directory)), m_build(buildOf(tool)) {
     fs::create_directories(m_directory);
     std::ifstream clean(m_directory / kCleanFile);
     const json recorded = json::parse(clean, nullptr, false);
     if (recorded.is_object()) {
+        if (recorded.at("build") != m_build) {
+            throw std::runtime_error(m_directory.string() +
+                                     " holds runs of another build of the tool; begin anew");
+        }
         m_clean = {recorded.at("questions"), recorded.at("events")};
     }
     std::ifstream runs(m_directory / kRunsFile);
@@ -32,7 +45,8 @@ SweepRecord::SweepRecord(fs::path directory) : m_directory(std::move(directory))
 void SweepRecord::keepClean(const CleanUpdate& clean) {
     m_clean = clean;
     std::ofstream(m_directory / kCleanFile)
-        << json{{"questions", clean.questions}, {"events", clean.events}}.dump() << "\n";
+        << json{{"build", m_build}, {"questions", clean.questions}, {"events", clean.events}}.dump()
+        << "\n";
 }
 
 void SweepRecord::keep(const FaultReport& report) {

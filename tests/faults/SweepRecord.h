@@ -12,8 +12,9 @@
 // update that it started from, and a line for each run that is done.
 class SweepRecord {
   public:
-    // The directory is made when missing.
-    explicit SweepRecord(std::filesystem::path directory);
+    // tool: the program under test. The directory is made when missing. Throws std::runtime_error
+    // when what it holds was found with another build of the tool.
+    SweepRecord(std::filesystem::path directory, const std::filesystem::path& tool);
 
     // The recorded clean update; without events when there is none yet.
     const CleanUpdate& clean() const { return m_clean; }
@@ -27,6 +28,7 @@ class SweepRecord {
 
   private:
     std::filesystem::path m_directory;
+    std::string m_build;  // of the tool
     CleanUpdate m_clean;
     std::map<std::string, nlohmann::json> m_runs;
 };

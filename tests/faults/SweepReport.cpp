@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <vector>
 
 using nlohmann::json;
@@ -69,6 +70,19 @@ std::string lineOf(const std::string& title, const json& row) {
     return line + "\n";
 }
 
+// How often each reason made a lie, with an example.
+std::string linesOfLies(const json& lies) {
+    std::map<std::string, std::vector<std::string>> byReason;
+    for (const json& lie : lies) {
+        byReason[lie.at("reason")].push_back(lie.at("id"));
+    }
+    std::string lines;
+    for (const auto& [reason, ids] : byReason) {
+        lines += fmt::format("lies: {} times: {}; for example {}\n", ids.size(), reason, ids[0]);
+    }
+    return lines;
+}
+
 }  // namespace
 
 json reportOf(const SweepRecord& record, const std::vector<FaultPlan>& plans) {
@@ -116,10 +130,7 @@ std::string tableOf(const json& report) {
         table += lineOf(kind, row);
     }
     table += lineOf("**all**", report.at("total"));
-    for (const json& lie : report.at("lies")) {
-        table += fmt::format("lie: {}: {}\n", lie.at("id").get<std::string>(),
-                             lie.at("reason").get<std::string>());
-    }
+    table += "\n" + linesOfLies(report.at("lies"));
     for (const std::string id : report.at("notReached")) {
         table += fmt::format("not reached as in the clean update: {}\n", id);
     }

@@ -28,13 +28,12 @@ CleanUpdate SweepRunner::recordClean() {
         all[i] = recordCleanUpdate(m_directory / fmt::format("clean-{}", i), m_surroundings);
     });
     CleanUpdate clean = all.front();
-    std::set<std::string> known(clean.events.begin(), clean.events.end());
     for (const CleanUpdate& other : all) {
-        for (const std::string& event : other.events) {
-            if (known.insert(event).second) {
-                clean.events.push_back(event);
-            }
-        }
+        const std::set<std::string> known(other.events.begin(), other.events.end());
+        clean.events.erase(
+            std::remove_if(clean.events.begin(), clean.events.end(),
+                           [&known](const std::string& event) { return known.count(event) == 0; }),
+            clean.events.end());
     }
     return clean;
 }

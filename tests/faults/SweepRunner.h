@@ -13,7 +13,8 @@ class SweepRunner {
     // Each run gets a directory below `directory`, which goes when nothing was amiss.
     SweepRunner(std::filesystem::path directory, Surroundings surroundings, int jobs);
 
-    // Clean updates side by side; their questions, and every event that came in any of them.
+    // Clean updates side by side; their questions, and the events that came in all of them: the
+    // tool's background thread and a busy machine add some that do not always come.
     CleanUpdate recordClean();
 
     // `done` is called for each plan that has run, by one thread at a time. Throws what a run threw

@@ -77,7 +77,7 @@ std::vector<FaultPlan> chosenPlans(const SweepOptions& options, const CleanUpdat
 int sweep(const SweepOptions& options) {
     const Surroundings surroundings{options.sandbox, options.tool, options.timeScale};
     SweepRunner runner(options.directory / "runs", surroundings, options.jobs);
-    SweepRecord record(options.directory);
+    SweepRecord record(options.directory, options.tool);
     if (record.clean().events.empty()) {
         fmt::print("fault-sweep: recording clean updates\n");
         (void)std::fflush(stdout);
@@ -91,8 +91,9 @@ int sweep(const SweepOptions& options) {
         return 0;
     }
     std::vector<FaultPlan> open;
-    std::copy_if(plans.begin(), plans.end(), std::back_inserter(open),
-                 [&record](const FaultPlan& plan) { return !record.isDone(idOf(plan)); });
+    std::copy_if(plans.begin(), plans.end(), std::back_inserter(open), [&](const FaultPlan& plan) {
+        return !options.plans.empty() || !record.isDone(idOf(plan));
+    });
     fmt::print("fault-sweep: {} events, {} runs, {} of them still to do\n",
                record.clean().events.size(), plans.size(), open.size());
     (void)std::fflush(stdout);
