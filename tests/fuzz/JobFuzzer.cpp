@@ -6,6 +6,7 @@
 // of the line.
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
@@ -25,6 +26,8 @@ constexpr char kConfig[] = "/tmp/job.xml";
 constexpr char kMarker[] = "MCUUpdateSuccess";
 constexpr unsigned kOtherFile = 0x01;  // the entry names a file that is not there
 constexpr std::size_t kBlockLength = 1029;
+const std::string kReboot("\xFE\x01\x10\x04\x00\x0F\x00\x00\x24\xFF", 10);
+const std::string kReset("\xFE\x01\x10\x04\x00\x29\x00\x00\x3E\xFF", 10);
 constexpr unsigned kMostEntries = 2;
 
 bool workInMemory() {
@@ -99,14 +102,15 @@ void requireUpdateOutcome(bool succeeded) {
             "the note tells of a success");
 }
 
-// A reboot or a reset goes out in one frame, and nothing else.
-void requireSingleCommand(const ScriptedLine& line, bool succeeded, char kind) {
-    const std::string head = std::string("\xFE\x01\x10\x04\x00", 5) + kind;
+// Of a reboot or a reset its frame goes out, or the beginning that the line takes, and nothing
+// else.
+void requireSingleCommand(const ScriptedLine& line, bool succeeded, const std::string& frame) {
+    std::string sent;
     for (const ScriptedLine::Event& event : line.events()) {
-        require(event.kind == ScriptedLine::Event::Kind::Written &&
-                    head.find(event.bytes.substr(0, head.size())) == 0,
-                "nothing but the command is sent, and nothing read");
+        require(event.kind == ScriptedLine::Event::Kind::Written, "nothing is read");
+        sent += event.bytes.substr(0, static_cast<std::size_t>(std::max<ssize_t>(0, event.result)));
     }
+    require(frame.compare(0, sent.size(), sent) == 0, "nothing but the command is sent");
     require(!succeeded || !line.events().empty(), "a command that succeeded was sent");
 }
 
@@ -130,7 +134,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     if (type == 1) {
         requireUpdateOutcome(succeeded);
     } else if (type == 2 || type == 3) {
-        requireSingleCommand(line, succeeded, type == 2 ? '\x0F' : '\x29');
+        requireSingleCommand(line, succeeded, type == 2 ? kReboot : kReset);
     } else {
         require(!succeeded && line.calls() == 0, "other jobs do nothing");
     }
