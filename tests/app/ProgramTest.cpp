@@ -11,6 +11,7 @@
 #include "tests/app/ConfigText.h"
 #include "tests/app/FakeMcu.h"
 #include "tests/app/JobFolder.h"
+#include "tests/app/JobNote.h"
 #include "tests/app/Program.h"
 #include "tests/mcu/NoteFile.h"
 
@@ -102,20 +103,6 @@ class Job : public testing::Test {
     }
     static void configureNoFiles() {
         configure({with(completeEntry(), "fileName", "missing.bin")});
-    }
-
-    // The note without the watchdog feeder's lines, which come from a thread of their own.
-    static std::string jobNote() {
-        std::string note = noteText();
-        for (const char* line :
-             {"____start GThreadWatchdog thread\n", "MCUHardwareWatchDog send GPIO_SET_WTD\n",
-              "MCUHardwareWatchDog send GPIO_SET_WTD success\n"}) {
-            const std::string text = line;
-            for (std::size_t at = note.find(text); at != std::string::npos; at = note.find(text)) {
-                note.erase(at, text.size());
-            }
-        }
-        return note;
     }
 };
 

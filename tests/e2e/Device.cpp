@@ -147,10 +147,6 @@ void Device::awaitNote(const std::string& text) const {
     awaitIn(runDirectory() / "log" / "MCUUpdateNote.log", text);
 }
 
-void Device::awaitOutput(const std::string& text) const {
-    awaitIn(directory() / "stdout", text);
-}
-
 void Device::awaitOnLine(const std::string& meaning) const {
     awaitIn(transcriptFile(), '"' + meaning + '"');
 }

@@ -49,10 +49,9 @@ class Device : public SimulatedLine {
     // The same in two steps, for a test that does something to the device meanwhile.
     void startUpdate(int timeoutSeconds);
     RunResult finish();
-    // Waits until the note, what the tool printed, or the record of the line holds this text.
-    // Throws std::runtime_error when it does not in time.
+    // Waits until the note, or the record of the line, holds this text. Throws std::runtime_error
+    // when it does not in time.
     void awaitNote(const std::string& text) const;
-    void awaitOutput(const std::string& text) const;
     void awaitOnLine(const std::string& meaning) const;
 
     // Records written by the sandbox's stand-ins, a JSON object a line.
