@@ -11,9 +11,10 @@
 struct FaultPlan {
     std::vector<LineFault> faults;
     bool markerBefore = false;  // the marker of an earlier job is there at the start
+    int attempts = 0;           // how many at files there must be; 0 for any number
 };
 
-// As text: the faults, and "+marker" after them.
+// As text: the faults, then "+marker" and "=ATTEMPTS".
 std::string idOf(const FaultPlan& plan);
 FaultPlan planFrom(const std::string& id);
 
@@ -45,7 +46,8 @@ struct CleanUpdate {
     std::vector<std::string> events;
 };
 
-// Runs the update without faults. Throws std::runtime_error if it is not as it should be.
+// Runs the update without faults, again when a busy machine made the tool ask twice. Throws
+// std::runtime_error if it is not as it should be.
 CleanUpdate recordCleanUpdate(const std::filesystem::path& directory,
                               const Surroundings& surroundings);
 

@@ -21,6 +21,14 @@ namespace {
 
 constexpr std::uint8_t kAck = 0x06;
 
+// The first of the two bytes of a block's check.
+bool isCheckOfBlock(const std::string& name) {
+    constexpr char kBlock[] = "tool:block#";
+    constexpr char kPlace[] = ":1027";
+    return name.compare(0, sizeof kBlock - 1, kBlock) == 0 &&
+           name.compare(name.rfind(':'), std::string::npos, kPlace) == 0;
+}
+
 Bytes readAll(int descriptor) {
     Bytes bytes;
     std::array<std::uint8_t, 4096> chunk{};
@@ -109,6 +117,9 @@ void FaultyLine::carry(From from, const NamedByte& byte) {
         break_(fault);
         spoil(from, fault, bytes);
     }
+    if (m_garbling && isCheckOfBlock(byte.name)) {
+        alter({FaultKind::Flip, 0, ""}, bytes);
+    }
     deliver(from, bytes);
 }
 
@@ -133,6 +144,9 @@ void FaultyLine::break_(const LineFault& fault) {
     switch (fault.kind) {
         case FaultKind::Delay:
             m_heldUntil = Clock::now() + real(seconds(fault.parameter));
+            break;
+        case FaultKind::Garble:
+            m_garbling = true;
             break;
         case FaultKind::Silence:
             m_silent = true;
@@ -237,6 +251,7 @@ void FaultyLine::handOverToMcus() {
 void FaultyLine::lift() {
     m_faults.clear();
     m_silent = false;
+    m_garbling = false;
     m_killWanted = false;
     m_names.forgetUnfinished();
     m_plugAt = Clock::time_point::max();

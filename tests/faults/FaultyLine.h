@@ -92,6 +92,7 @@ class FaultyLine {
     Clock::time_point m_lastByte = Clock::now();
     bool m_waitNoticed = false;
     bool m_silent = false;
+    bool m_garbling = false;
     bool m_killWanted = false;
     bool m_acknowledgementForged = false;
     Clock::time_point m_plugAt = Clock::time_point::max();

@@ -16,13 +16,14 @@ struct KindRow {
     int mostParameter;  // below 0: the kind has no parameter
 };
 
-constexpr std::array<KindRow, 10> kKinds{{
+constexpr std::array<KindRow, 11> kKinds{{
     {FaultKind::Drop, "drop", "byte dropped", 0, -1},
     {FaultKind::Flip, "flip", "bit flipped", 0, 7},
     {FaultKind::Replace, "replace", "byte replaced by {:02x}", 0, 255},
     {FaultKind::Duplicate, "duplicate", "byte duplicated", 0, -1},
     {FaultKind::Noise, "noise", "noise inserted", 1, 40},
     {FaultKind::Delay, "delay", "reply delayed by {} s", 1, 3600},
+    {FaultKind::Garble, "garble", "every block damaged from here", 0, -1},
     {FaultKind::Silence, "silence", "line silent from here", 0, -1},
     {FaultKind::PowerCycle, "power-cycle", "MCU power-cycled", 0, -1},
     {FaultKind::Kill, "kill", "tool killed", 0, -1},

@@ -11,6 +11,7 @@ enum class FaultKind {
     Duplicate,   // the byte comes twice
     Noise,       // bytes before it; parameter: how many, 1 to 40
     Delay,       // it and all that follow from the MCUs come later; parameter: seconds
+    Garble,      // every block from here on is damaged on its way to the MCUs
     Silence,     // the line carries nothing from here on
     PowerCycle,  // the MCUs lose their power for a moment
     Kill,        // the tool is killed

@@ -22,7 +22,8 @@ INSTANTIATE_TEST_SUITE_P(All, FaultSpecs,
                                          "replace:254@tool:block#2:1027", "duplicate@mcu:block#1:0",
                                          "noise:40@wait:mcu:EOT#1:0", "delay:20@mcu:update#1:7",
                                          "silence@wait:start", "power-cycle@tool:EOT#1:0",
-                                         "kill@mcu:EOT#2:0", "unplug:0@tool:stop-upload#3:6"));
+                                         "garble@wait:start", "kill@mcu:EOT#2:0",
+                                         "unplug:0@tool:stop-upload#3:6"));
 
 struct BadSpec {
     const char* spec;
@@ -59,10 +60,11 @@ TEST(Noise, DiffersFromPlaceToPlace) {
 }
 
 TEST(FaultPlans, AreReadAsTheyAreWritten) {
-    const std::string id = "drop@tool:state#1:3,flip:7@mcu:version#1:4+marker";
+    const std::string id = "drop@tool:state#1:3,flip:7@mcu:version#1:4+marker=3";
     const FaultPlan plan = planFrom(id);
     EXPECT_EQ(plan.faults.size(), 2U);
     EXPECT_TRUE(plan.markerBefore);
+    EXPECT_EQ(plan.attempts, 3);
     EXPECT_EQ(idOf(plan), id);
 }
 

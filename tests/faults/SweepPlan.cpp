@@ -1,5 +1,7 @@
 #include "tests/faults/SweepPlan.h"
 
+#include <fmt/format.h>
+
 #include <set>
 
 namespace {
@@ -38,7 +40,7 @@ class Plans {
     explicit Plans(std::vector<FaultPlan>& plans) : m_plans(plans) {}
 
     void add(FaultKind kind, const std::string& event, int parameter = 0) {
-        m_plans.push_back({{{kind, parameter, event}}, false});
+        m_plans.push_back({{{kind, parameter, event}}, false, 0});
     }
 
     void addAll(const std::string& event) {
@@ -69,13 +71,23 @@ class Plans {
         add(FaultKind::Silence, event);
         add(FaultKind::PowerCycle, event);
         add(FaultKind::Kill, event);
-        m_plans.push_back({{{FaultKind::Kill, 0, event}}, true});
-        add(FaultKind::Unplug, event);
         add(FaultKind::Unplug, event, kReplugSeconds);
+        // The marker of an earlier job must go when this one fails, and cannot when it is killed.
+        m_plans.push_back({{{FaultKind::Kill, 0, event}}, true, 0});
+        m_plans.push_back({{{FaultKind::Unplug, 0, event}}, true, 0});
     }
 
     std::vector<FaultPlan>& m_plans;
 };
+
+// Each of these blocks, of all that are sent, is damaged.
+FaultPlan damaged(int first, int last) {
+    FaultPlan plan;
+    for (int block = first; block <= last; ++block) {
+        plan.faults.push_back({FaultKind::Flip, 0, fmt::format("tool:block#{}:500", block)});
+    }
+    return plan;
+}
 
 }  // namespace
 
@@ -89,4 +101,18 @@ std::vector<FaultPlan> planSweep(const std::vector<std::string>& events) {
         }
     }
     return plans;
+}
+
+std::vector<FaultPlan> planRepeats() {
+    // A block is sent twelve times at most; the first of the second block is the second of all.
+    FaultPlan eleven = damaged(2, 12);
+    eleven.attempts = UpdateDevice::kEntries;
+    FaultPlan twelve = damaged(2, 13);
+    twelve.attempts = UpdateDevice::kEntries + 1;
+    FaultPlan twiceSix = damaged(2, 7);
+    const FaultPlan sixMore = damaged(9, 14);
+    twiceSix.faults.insert(twiceSix.faults.end(), sixMore.faults.begin(), sixMore.faults.end());
+    twiceSix.attempts = UpdateDevice::kEntries;
+    const FaultPlan always{{{FaultKind::Garble, 0, "tool:block#2:0"}}, false, 0};
+    return {eleven, twelve, twiceSix, always};
 }

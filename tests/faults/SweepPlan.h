@@ -9,6 +9,10 @@
 // a block stand for each other: the first, the last and every kDataStride-th have plans.
 std::vector<FaultPlan> planSweep(const std::vector<std::string>& events);
 
+// Blocks that are damaged several times: as often as a transfer bears it, once more, as often for
+// each of two blocks, and always.
+std::vector<FaultPlan> planRepeats();
+
 constexpr int kDataStride = 128;
 // How long replies are held back: past the time-out for replies to commands, and past that of a
 // transfer.

@@ -24,9 +24,10 @@ constexpr Column kColumns[] = {{"runs", "runs"},           {"success", "success"
 
 // Bits and bytes do not each make a kind of their own, nor do lengths of noise.
 std::string kindOf(const json& run) {
-    std::string kind;
-    for (const std::string fault : run.at("faults")) {
-        kind += (kind.empty() ? "" : " and ") + fault;
+    const auto& faults = run.at("faults");
+    std::string kind = faults.at(0);
+    if (faults.size() > 1) {
+        kind = "several blocks damaged";
     }
     return kind + (run.at("markerBefore").get<bool>() ? ", marker of an earlier job" : "");
 }

@@ -30,7 +30,7 @@ struct McuRow {
 };
 
 constexpr std::array<McuRow, UpdateDevice::kEntries> kMcus{
-    {{"ARM1", 1, {0xA1, 0xB2}, {2, 10, 4}, {2, 10, 5}, 1500},
+    {{"ARM1", 1, {0xA1, 0xB2}, {2, 10, 4}, {2, 10, 5}, 2500},
      {"ARM2", 2, {0x0E, 0x0F}, {3, 1, 0}, {4, 0, 2}, 1024}}};
 
 constexpr char kMarker[] = "MCUUpdateSuccess";

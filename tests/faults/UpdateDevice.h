@@ -31,7 +31,7 @@ struct ToolRun {
 };
 
 // A device with two MCUs to update, made afresh in a directory of its own: the first with an image
-// of two blocks of which the second is filled, the second with an image of one whole block. The
+// of three blocks of which the last is filled, the second with an image of one whole block. The
 // version of the first differs in one bit from the one that it gets.
 class UpdateDevice {
   public:

@@ -48,7 +48,7 @@ class Worker {
         std::streambuf* const standardError = std::cerr.rdbuf(log.rdbuf());
         setenv("RC_PARAMS", fmt::format("seed={} max_success={}", m_seed, m_runs).c_str(), 1);
         const bool held = rc::check("a true verdict, and MCUs that a plain run updates", [&] {
-            const FaultPlan plan{*anyFaults(clean.events), false};
+            const FaultPlan plan{*anyFaults(clean.events), false, 0};
             const FaultReport report =
                 runWithFaults(plan, clean, m_directory / "run",
                               {m_options.sandbox, m_options.tool, m_options.timeScale});

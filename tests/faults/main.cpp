@@ -64,8 +64,11 @@ std::vector<FaultPlan> chosenPlans(const SweepOptions& options, const CleanUpdat
     if (!plans.empty()) {
         return plans;
     }
+    std::vector<FaultPlan> all = planRepeats();
+    const std::vector<FaultPlan> single = planSweep(clean.events);
+    all.insert(all.end(), single.begin(), single.end());
     int index = 0;
-    for (const FaultPlan& plan : planSweep(clean.events)) {
+    for (const FaultPlan& plan : all) {
         const bool meant = idOf(plan).find(options.only) != std::string::npos;
         if (meant && index++ % options.stride == 0) {
             plans.push_back(plan);
