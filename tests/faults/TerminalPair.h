@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <vector>
 
+#include "simulator/mcu/Endpoint.h"
 #include "simulator/mcu/FileDescriptor.h"
 
 // The serial device of a simulated line: a pseudo-terminal behind a link, which can be taken away
@@ -13,9 +15,9 @@ class TerminalPair {
     // the link sees the host's pseudo-terminals.
     TerminalPair(std::filesystem::path link, std::filesystem::path directory);
 
-    bool isPlugged() const { return m_master.isOpen(); }
+    bool isPlugged() const { return m_terminal != nullptr; }
     // The line's other end; -1 while the device is away.
-    int descriptor() const { return m_master.get(); }
+    int descriptor() const { return isPlugged() ? m_terminal->descriptor() : -1; }
 
     void plug();
     void unplug();
@@ -23,8 +25,8 @@ class TerminalPair {
   private:
     std::filesystem::path m_link;
     std::filesystem::path m_directory;
-    FileDescriptor m_master;
-    // Kept open: the line does not hang up while the program has it closed, and the number of a
-    // pseudo-terminal that is gone is not given to another line under a program that looks for it.
+    std::unique_ptr<Endpoint> m_terminal;
+    // Kept open: the number of a pseudo-terminal that is gone is not given to another line while a
+    // program still looks for it.
     std::vector<FileDescriptor> m_slaves;
 };
