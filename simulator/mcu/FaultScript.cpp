@@ -26,6 +26,7 @@ const std::vector<ActionRow>& actionTable() {
     static const std::vector<std::string> update = {"update"};
     static const std::vector<std::string> setToBoot = {"set-to-boot"};
     static const std::vector<std::string> block = {"block"};
+    static const std::vector<std::string> arriving = {"block", "eot"};
     static const std::vector<ActionRow> table = {
         {FaultAction::Drop, "drop", &kAnswered, {}},
         {FaultAction::Delay, "delay", &kAnswered, {"ms"}},
@@ -44,6 +45,8 @@ const std::vector<ActionRow>& actionTable() {
         {FaultAction::Cancel, "cancel", &kTransfer, {}},
         {FaultAction::Byte, "byte", &kTransfer, {"value"}},
         {FaultAction::Damage, "damage", &block, {"at", "mask"}},
+        {FaultAction::Lose, "lose", &block, {"at", "count"}},
+        {FaultAction::Insert, "insert", &arriving, {"at", "bytes"}},
     };
     return table;
 }
@@ -85,6 +88,14 @@ Fault readFault(const Setting& setting, const ActionRow& row) {
         case FaultAction::Flip:
         case FaultAction::Damage:
             fault.count = static_cast<std::size_t>(numberOr(setting, "at", 0, kMostBytes, 0));
+            break;
+        case FaultAction::Lose:
+            fault.count = static_cast<std::size_t>(numberOr(setting, "at", 0, kMostBytes, 0));
+            fault.length = static_cast<std::size_t>(numberOr(setting, "count", 1, kMostBytes, 1));
+            break;
+        case FaultAction::Insert:
+            fault.count = static_cast<std::size_t>(numberOr(setting, "at", 0, kMostBytes, 0));
+            fault.bytes = setting.at("bytes").hexBytes();
             break;
         case FaultAction::Duplicate:
             fault.count = static_cast<std::size_t>(numberOr(setting, "times", 1, kMostBytes, 1));

@@ -25,17 +25,20 @@ enum class FaultAction {
     Cancel,
     Byte,
     Damage,
+    Lose,
+    Insert,
 };
 
 // One thing that goes wrong, with what the action needs to know.
 struct Fault {
     FaultAction action = FaultAction::Drop;
-    std::string name;       // of the action, as written in the script
-    Time duration{0};       // delay; silence and absence, kNever for one without end
-    std::size_t count = 0;  // bytes kept, position of the flipped byte, copies, the byte itself
-    std::uint8_t mask = 0;  // bits to flip
-    Bytes bytes;            // noise, wrong data
-    bool before = false;    // noise: in front of the answer
+    std::string name;        // of the action, as written in the script
+    Time duration{0};        // delay; silence and absence, kNever for one without end
+    std::size_t count = 0;   // bytes kept, position in the block or answer, copies, the byte itself
+    std::size_t length = 1;  // how many bytes are lost
+    std::uint8_t mask = 0;   // bits to flip
+    Bytes bytes;             // noise, wrong data, what is inserted
+    bool before = false;     // noise: in front of the answer
 };
 
 // Which occurrences of an event are meant; counted from 1.

@@ -18,6 +18,9 @@ class ImageStore {
     // There is no image any more, nor a file that save() wrote.
     void erase();
 
+    // Where an image that is on its way may be put together; there must be a directory.
+    std::string pathOfReception() const { return m_path + ".receiving"; }
+
     const Bytes& image() const { return m_image; }
     // The file that holds the image; empty when none does.
     const std::string& file() const { return m_file; }

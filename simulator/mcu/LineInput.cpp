@@ -7,7 +7,8 @@ void LineInput::noteReadable(Time now) {
     m_waiting = true;
 }
 
-void LineInput::read(LineDecoder& decoder, Time now) {
+void LineInput::read(LineDecoder& decoder, Time now,
+                     const std::function<void(const std::uint8_t*, std::size_t)>& onBytes) {
     if (!m_waiting) {
         return;
     }
@@ -20,6 +21,7 @@ void LineInput::read(LineDecoder& decoder, Time now) {
         decoder.clear();
     }
     if (count > 0) {
+        onBytes(m_chunk.data(), static_cast<std::size_t>(count));
         decoder.push(m_chunk.data(), static_cast<std::size_t>(count), now);
         m_pacer.take(static_cast<std::size_t>(count));
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 
 #include "simulator/mcu/Endpoint.h"
 #include "simulator/mcu/LineDecoder.h"
@@ -17,8 +18,9 @@ class LineInput {
     bool isWaiting() const { return m_waiting; }
     // When read() can go on with waiting bytes.
     Time nextDeadline() const { return m_waiting ? m_pacer.nextByte() : kNever; }
-    // Gives the decoder what the line has brought so far.
-    void read(LineDecoder& decoder, Time now);
+    // Gives the decoder, and before it `onBytes`, what the line has brought so far.
+    void read(LineDecoder& decoder, Time now,
+              const std::function<void(const std::uint8_t*, std::size_t)>& onBytes);
 
   private:
     Endpoint& m_endpoint;

@@ -56,6 +56,9 @@ Mcu::Mcu(const McuSettings& settings, const std::string& storeDirectory, FaultSc
       m_port(port),
       m_store(storeDirectory, settings.name),
       m_telemetry(settings.telemetry) {
+    if (!settings.receiver.command.empty() && storeDirectory.empty()) {
+        throw std::runtime_error(fmt::format("{}: a receiver needs the option --store", name()));
+    }
     if (!settings.image.empty()) {
         install(readImage(settings.image), false, settings.image);
     }
@@ -85,7 +88,7 @@ void Mcu::onRequest(RequestKind kind, Time now) {
     if (interrupted(faults, eventName(kind), now)) {
         return;
     }
-    if (m_transfer && !leavesTransferAlone(kind)) {
+    if (isReceiving() && !leavesTransferAlone(kind)) {
         endTransfer("the host asks again");
     }
     if (isQuestion(kind)) {
@@ -99,7 +102,7 @@ void Mcu::onRequest(RequestKind kind, Time now) {
 
 void Mcu::onRequestToOther() {
     m_lostTransfer = false;
-    if (m_transfer && !m_transfer->isComplete()) {
+    if (m_program || (m_transfer && !m_transfer->isComplete())) {
         endTransfer("the host asks another MCU");
     }
 }
@@ -115,7 +118,7 @@ bool Mcu::interrupted(const std::vector<Fault>& faults, const std::string& event
                 m_silentUntil = fault.duration == kNever ? kNever : now + fault.duration;
                 return true;
             case FaultAction::Vanish:
-                m_lostTransfer = m_transfer.has_value();
+                m_lostTransfer = isReceiving();
                 endTransfer("the MCU is gone");
                 m_telemetry.end();
                 m_state = State::Off;
@@ -133,7 +136,7 @@ bool Mcu::interrupted(const std::vector<Fault>& faults, const std::string& event
 }
 
 void Mcu::powerCycle(Time now) {
-    m_lostTransfer = m_transfer.has_value();
+    m_lostTransfer = isReceiving();
     endTransfer("power cycle");
     restart(false, now);
 }
@@ -187,7 +190,7 @@ std::string Mcu::replyDetail(RequestKind kind) const {
         case RequestKind::Hardware:
             return toHex(m_settings.hardware);
         default:
-            return m_transfer ? "accepted" : "refused";
+            return isReceiving() ? "accepted" : "refused";
     }
 }
 
@@ -196,7 +199,12 @@ Bytes Mcu::permission(const std::vector<Fault>& faults, Time now) {
     if (m_state != State::Boot || findFault(faults, FaultAction::Refuse) != nullptr) {
         return updateReply(kRefused);
     }
-    m_transfer.emplace(m_settings.xmodem, m_statistics, now);
+    if (m_settings.receiver.command.empty()) {
+        m_transfer.emplace(m_settings.xmodem, m_statistics, now);
+    } else {
+        m_program.emplace(m_settings.receiver, m_store.pathOfReception(), now);
+        ++m_statistics.transfers;
+    }
     m_port.note(name(), "transfer begins", "");
     return updateReply(kAccepted);
 }
@@ -215,6 +223,9 @@ void Mcu::answer(const char* meaning, const Bytes& bytes, const std::string& det
 
 void Mcu::onTime(Time now) {
     wakeWhenDue(now);
+    if (m_program) {
+        attendProgram(now);
+    }
     if (now < m_silentUntil) {
         return;
     }
@@ -241,5 +252,13 @@ Time Mcu::nextDeadline() const {
     if (m_transfer) {
         next = std::min(next, m_transfer->nextDeadline());
     }
-    return std::min(std::max(next, m_silentUntil), m_wakeAt);
+    next = std::min(std::max(next, m_silentUntil), m_wakeAt);
+    return m_program ? std::min(next, m_program->nextDeadline()) : next;
+}
+
+std::size_t Mcu::receivedBytes() const {
+    if (m_program) {
+        return m_program->acknowledgedBytes();
+    }
+    return m_transfer ? m_transfer->image().size() : 0;
 }

@@ -9,6 +9,7 @@
 #include "simulator/mcu/LineDecoder.h"
 #include "simulator/mcu/McuSettings.h"
 #include "simulator/mcu/Outgoing.h"
+#include "simulator/mcu/ProgramReception.h"
 #include "simulator/mcu/Telemetry.h"
 
 // What an MCU uses of its surroundings.
@@ -44,14 +45,18 @@ class Mcu {
     void onPartOfBlock(Time now);
     // The power goes and comes back: all that was under way is forgotten.
     void powerCycle(Time now);
+    // The host's bytes as they come, whatever they are part of.
+    void onBytes(const std::uint8_t* bytes, std::size_t length, Time now);
     // Does what is due at this moment; to be called at nextDeadline() at the latest.
     void onTime(Time now);
     Time nextDeadline() const;
+    // Something is also due when one of these is readable; -1 stands for none.
+    std::vector<int> descriptors() const;
 
     // The bytes on the line are blocks for this MCU.
-    bool receives() const { return m_transfer || m_lostTransfer; }
+    bool receives() const { return isReceiving() || m_lostTransfer; }
     // How many bytes of the present transfer are accepted.
-    std::size_t receivedBytes() const { return m_transfer ? m_transfer->image().size() : 0; }
+    std::size_t receivedBytes() const;
     // What the state report says of this MCU.
     nlohmann::json report() const;
 
@@ -59,6 +64,7 @@ class Mcu {
     enum class State { Application, Boot, Restarting, Off };
 
     bool hears(Time now) const;
+    bool isReceiving() const { return m_transfer || m_program; }
     bool interrupted(const std::vector<Fault>& faults, const std::string& event, Time now);
     void obey(RequestKind kind, const std::vector<Fault>& faults, Time now);
     Bytes replyTo(RequestKind kind, const std::vector<Fault>& faults, Time now);
@@ -68,12 +74,21 @@ class Mcu {
                 const std::vector<Fault>& faults, Time now);
     void answerTransfer(const char* event, std::uint8_t byte, const std::vector<Fault>& faults,
                         Time now);
+    void eraseForNewImage();
+    void storeReceived(const Bytes& image);
     void refuseOne(Time now);
     bool refusedByFault(const std::vector<Fault>& faults, Time now);
-    void onBlock(Bytes block, Time now);
+    void onBlock(const Bytes& block, Time now);
     void onEot(Time now);
     void sendDueTransferByte(Time now);
     void endTransfer(const std::string& why);
+    bool hostReachesProgram() const;
+    void passToProgram(std::uint8_t byte, Time now);
+    void attendProgram(Time now);
+    void passToHost(std::uint8_t byte, Time now);
+    void onAcknowledged(const HostUnit& block);
+    void releaseHeldAnswer(Time now);
+    void endOfProgram(int status, Time now);
     void runApplication(Time now);
     void restart(bool intoBoot, Time now);
     void install(const Bytes& image, bool stored, const std::string& file);
@@ -97,4 +112,5 @@ class Mcu {
     Time m_transferEnd = kNever;  // when the boot loader starts the image that is complete
     bool m_lostTransfer = false;  // vanished while the host was sending blocks
     std::optional<XmodemReceiver> m_transfer;
+    std::optional<ProgramReception> m_program;  // in place of m_transfer
 };

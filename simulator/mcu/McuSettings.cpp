@@ -1,5 +1,7 @@
 #include "simulator/mcu/McuSettings.h"
 
+#include <unistd.h>
+
 #include <set>
 
 #include "simulator/mcu/Frame.h"
@@ -20,6 +22,7 @@ constexpr milliseconds kDefaultStartInterval{10000};
 constexpr int kDefaultStartBytes = 12;
 constexpr milliseconds kDefaultBlockTimeout{10000};
 constexpr int kDefaultBlockTimeouts = 10;
+constexpr milliseconds kDefaultReceiverLimit{120000};
 constexpr milliseconds kDefaultTelemetryPeriod{1000};
 constexpr milliseconds kDefaultTelemetryQuiet{5000};
 
@@ -91,7 +94,7 @@ XmodemSettings readXmodem(const Setting& mcu) {
     }
     const Setting setting = mcu.at("xmodem");
     setting.expectObject({"start_delay_ms", "start_interval_ms", "start_bytes", "block_timeout_ms",
-                          "block_timeouts", "refuse_first_eot"});
+                          "block_timeouts", "refuse_first_eot", "receiver", "receiver_limit_ms"});
     xmodem.startDelay = timeOr(setting, "start_delay_ms", xmodem.startDelay);
     xmodem.startInterval = periodOr(setting, "start_interval_ms", xmodem.startInterval);
     xmodem.blockTimeout = periodOr(setting, "block_timeout_ms", xmodem.blockTimeout);
@@ -103,6 +106,27 @@ XmodemSettings readXmodem(const Setting& mcu) {
         xmodem.blockTimeouts = static_cast<int>(setting.at("block_timeouts").number(0, 1000000));
     }
     return xmodem;
+}
+
+ProgramSettings readReceiver(const Setting& mcu, Time startDelay) {
+    ProgramSettings receiver{{}, startDelay, kDefaultReceiverLimit};
+    if (!mcu.has("xmodem") || !mcu.at("xmodem").has("receiver")) {
+        return receiver;
+    }
+    const Setting setting = mcu.at("xmodem").at("receiver");
+    bool namesFile = false;
+    for (const Setting& word : setting.elements()) {
+        receiver.command.push_back(word.text());
+        namesFile = namesFile || word.text() == "FILE";
+    }
+    if (!namesFile) {
+        setting.fail(R"(a program and its arguments, "FILE" for the file that it is to write)");
+    }
+    if (access(receiver.command[0].c_str(), X_OK) != 0) {
+        setting.elements()[0].fail("the path of a program");
+    }
+    receiver.silenceLimit = periodOr(mcu.at("xmodem"), "receiver_limit_ms", receiver.silenceLimit);
+    return receiver;
 }
 
 TelemetrySettings readTelemetry(const Setting& mcu, std::uint8_t target) {
@@ -142,6 +166,7 @@ McuSettings readMcu(const Setting& mcu) {
     settings.eraseOnUpdate = truthOr(mcu, "erase_on_update", true);
     settings.layout = readLayout(mcu, settings.hardware.size());
     settings.xmodem = readXmodem(mcu);
+    settings.receiver = readReceiver(mcu, settings.xmodem.startDelay);
     settings.telemetry = readTelemetry(mcu, settings.target);
     return settings;
 }

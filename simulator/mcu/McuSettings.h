@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "simulator/mcu/Bytes.h"
+#include "simulator/mcu/ProgramReception.h"
 #include "simulator/mcu/SettingsFile.h"
 #include "simulator/mcu/SimClock.h"
 #include "simulator/mcu/XmodemReceiver.h"
@@ -33,6 +34,7 @@ struct McuSettings {
     bool eraseOnUpdate = true;
     ImageLayout layout;
     XmodemSettings xmodem;
+    ProgramSettings receiver;
     TelemetrySettings telemetry;
 };
 

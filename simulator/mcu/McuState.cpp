@@ -86,7 +86,7 @@ nlohmann::json Mcu::report() const {
     return {{"name", name()},
             {"target", m_settings.target},
             {"state", stateText()},
-            {"receiving", m_transfer.has_value() && !m_transfer->isOver()},
+            {"receiving", m_program || (m_transfer && !m_transfer->isOver())},
             {"version", versionText()},
             {"version_bytes", m_settings.version},
             {"hardware", toHex(m_settings.hardware)},

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include "simulator/mcu/Mcu.h"
+#include "simulator/mcu/OnTheWay.h"
 #include "simulator/mcu/XmodemBlock.h"
 
 namespace {
@@ -52,7 +53,7 @@ void Mcu::onPartOfBlock(Time now) {
     }
 }
 
-void Mcu::onBlock(Bytes block, Time now) {
+void Mcu::onBlock(const Bytes& block, Time now) {
     const std::vector<Fault> faults = m_script.occur("block", name());
     if (interrupted(faults, "block", now)) {
         return;
@@ -60,16 +61,10 @@ void Mcu::onBlock(Bytes block, Time now) {
     if (refusedByFault(faults, now)) {
         return refuseOne(now);
     }
-    const Fault* damage = findFault(faults, FaultAction::Damage);
-    if (damage != nullptr && damage->count < block.size()) {
-        block[damage->count] ^= damage->mask;
-    }
     const bool first = m_transfer->waitsForFirstBlock();
-    const auto reply = m_transfer->onBlock(block, now);
-    if (first && !m_transfer->waitsForFirstBlock() && m_settings.eraseOnUpdate) {
-        // The flash is erased to make room, so a transfer that breaks leaves no application.
-        m_store.erase();
-        m_applicationIsValid = false;
+    const auto reply = m_transfer->onBlock(onTheWay(block, faults), now);
+    if (first && !m_transfer->waitsForFirstBlock()) {
+        eraseForNewImage();
     }
     if (reply) {
         answerTransfer("block", *reply, faults, now);
@@ -88,20 +83,32 @@ void Mcu::onEot(Time now) {
     const auto reply = m_transfer->onEot(now);
     if (m_transfer->isComplete() && !wasComplete) {
         m_transferEnd = now + m_settings.bootDelay;
-        if (m_transfer->image().empty()) {
-            m_port.note(name(), "transfer ends", "no block came; the flash is as it was");
-        } else {
-            install(m_transfer->image(), true, "");
-            ++m_imagesReceived;
-            m_port.note(name(), "image stored",
-                        fmt::format("{} bytes, version {}{}", m_store.image().size(),
-                                    m_applicationIsValid ? versionText() : "unknown",
-                                    m_applicationIsValid ? "" : ", too short to run"));
-        }
+        storeReceived(m_transfer->image());
     }
     if (reply) {
         answerTransfer("eot", *reply, faults, now);
     }
+}
+
+// The flash is erased to make room, so a transfer that breaks leaves no application.
+void Mcu::eraseForNewImage() {
+    if (m_settings.eraseOnUpdate) {
+        m_store.erase();
+        m_applicationIsValid = false;
+    }
+}
+
+void Mcu::storeReceived(const Bytes& image) {
+    if (image.empty()) {
+        m_port.note(name(), "transfer ends", "no block came; the flash is as it was");
+        return;
+    }
+    install(image, true, "");
+    ++m_imagesReceived;
+    m_port.note(name(), "image stored",
+                fmt::format("{} bytes, version {}{}", image.size(),
+                            m_applicationIsValid ? versionText() : "unknown",
+                            m_applicationIsValid ? "" : ", too short to run"));
 }
 
 void Mcu::refuseOne(Time now) {
@@ -155,10 +162,15 @@ void Mcu::answerTransfer(const char* event, std::uint8_t byte, const std::vector
 
 void Mcu::endTransfer(const std::string& why) {
     m_transferEnd = kNever;
-    if (!m_transfer) {
+    if (!isReceiving()) {
         return;
     }
-    m_transfer->abort();
-    m_transfer.reset();
+    if (m_transfer) {
+        m_transfer->abort();
+        m_transfer.reset();
+    } else {
+        m_program.reset();
+        ++m_statistics.cancelled;
+    }
     m_port.note(name(), "transfer ends", why);
 }

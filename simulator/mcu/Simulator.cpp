@@ -4,7 +4,6 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -132,9 +131,13 @@ void Simulator::powerCycle() {
 }
 
 void Simulator::wait(const sigset_t& waitMask) {
-    std::array<pollfd, 2> polled{};
-    polled[0] = {m_endpoint->listener(), POLLIN, 0};
-    polled[1] = {m_input.isWaiting() ? -1 : m_endpoint->descriptor(), POLLIN, 0};
+    std::vector<pollfd> polled = {{m_endpoint->listener(), POLLIN, 0},
+                                  {m_input.isWaiting() ? -1 : m_endpoint->descriptor(), POLLIN, 0}};
+    for (const auto& mcu : m_mcus) {
+        for (const int descriptor : mcu->descriptors()) {
+            polled.push_back({descriptor, POLLIN, 0});
+        }
+    }
     timespec limit{};
     const timespec* limitOrNone = nullptr;
     const nanoseconds real = untilDue();
@@ -171,7 +174,11 @@ Time Simulator::nextDeadline() const {
 }
 
 void Simulator::readLine(Time now) {
-    m_input.read(m_decoder, now);
+    m_input.read(m_decoder, now, [this, now](const std::uint8_t* bytes, std::size_t length) {
+        for (const auto& mcu : m_mcus) {
+            mcu->onBytes(bytes, length, now);
+        }
+    });
     while (const auto item = m_decoder.next(transferUnderWay(), now)) {
         onItem(*item, now);
     }

@@ -125,6 +125,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "/faults/0/n/to: expected a whole number from 5 to"},
         BadScript{{{"on", "version"}, {"do", "drop"}, {"mcu", "ARM3"}}, "one of ARM1, ARM2"},
         BadScript{{{"on", "eot"}, {"do", "byte"}, {"value", 256}}, "from 0 to 255, found 256"},
+        BadScript{{{"on", "eot"}, {"do", "lose"}}, "an action that \"eot\" can meet"},
+        BadScript{{{"on", "block"}, {"do", "insert"}}, R"(the key "bytes")"},
         BadScript{{{"on", "eot"}, {"do", "noise"}, {"bytes", "0x1"}}, "hexadecimal byte values"}));
 
 }  // namespace

@@ -95,6 +95,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadMcu{{{"version_position", "xyz"}}, "a byte position"},
         BadMcu{{{"telemetry", {{"period_ms", 0}}}}, "expected a whole number from 1 to"},
         BadMcu{{{"xmodem", {{"start_bytes", 0}}}}, "expected a whole number from 1 to"},
+        BadMcu{{{"xmodem", {{"receiver", {"/bin/true", "-c"}}}}}, "a program and its arguments"},
+        BadMcu{{{"xmodem", {{"receiver", {"/no/such", "FILE"}}}}},
+               "/mcus/0/xmodem/receiver/0: expected the path of a program"},
         BadMcu{{{"bootdelay", 1}}, "expected one of the keys name, target, "}));
 
 TEST(McuSettings, NameFileAndLineOfAWrongValue) {
