@@ -58,6 +58,11 @@ Device& Device::timeScale(int factor) {
     return *this;
 }
 
+Device& Device::lineSpeed(int baud) {
+    m_lineSpeed = {"--baud", std::to_string(baud)};
+    return *this;
+}
+
 Device& Device::sandboxOption(const std::string& option, const std::string& value) {
     m_options.push_back(option);
     if (!value.empty()) {
@@ -152,8 +157,10 @@ void Device::awaitOnLine(const std::string& meaning) const {
 }
 
 void Device::connect(const std::vector<SimulatedMcu>& mcus, const json& faults) {
-    startMcus(mcus, faults,
-              {"--pty-link", directory() / "line", "--time-scale", std::to_string(m_timeScale)});
+    std::vector<std::string> options = {"--pty-link", directory() / "line", "--time-scale",
+                                        std::to_string(m_timeScale)};
+    options.insert(options.end(), m_lineSpeed.begin(), m_lineSpeed.end());
+    startMcus(mcus, faults, options);
 }
 
 void Device::waitUntilLineIsEmpty() {

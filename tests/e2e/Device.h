@@ -23,6 +23,8 @@ class Device : public SimulatedLine {
 
     // Options; they hold for every later run.
     Device& timeScale(int factor);
+    // The line takes its time; it takes none otherwise.
+    Device& lineSpeed(int baud);
     Device& sandboxOption(const std::string& option, const std::string& value = "");
 
     // Files in the job's working directory, "/job" inside the device.
@@ -65,6 +67,7 @@ class Device : public SimulatedLine {
     void start(const std::vector<std::string>& arguments);
 
     int m_timeScale;
+    std::vector<std::string> m_lineSpeed;
     bool m_isLineMovable = false;
     std::vector<std::string> m_options;
     std::size_t m_marks = 0;

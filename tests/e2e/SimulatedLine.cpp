@@ -29,6 +29,7 @@ json settingsOf(const std::vector<SimulatedMcu>& mcus) {
                                     {"state", mcu.state},
                                     {"telemetry", mcu.telemetry},
                                     {"boot_delay_ms", mcu.bootDelayMilliseconds}});
+        settings["mcus"].back().merge_patch(mcu.more);
     }
     return settings;
 }

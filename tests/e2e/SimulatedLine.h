@@ -18,6 +18,7 @@ struct SimulatedMcu {
     std::string state = "application";  // or "boot"
     bool telemetry = false;             // whether the application uploads reports unasked
     int bootDelayMilliseconds = 0;      // how long a restart takes
+    nlohmann::json more = nlohmann::json::object();  // further settings, merged into these
 };
 
 // A serial line with simulated MCUs behind it, and the record of what went over it. Its files stand
