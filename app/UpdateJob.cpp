@@ -1,6 +1,7 @@
 #include "app/UpdateJob.h"
 
 #include <exception>
+#include <memory>
 
 #include "app/MCUHardwareWatchDog.h"
 #include "app/MCUUpdateTool.h"
@@ -51,15 +52,27 @@ bool updateWithSecondRun(MCUUpdateTool& tool) {
     }
 }
 
+// The update goes ahead without it, whatever is missing; null without memory for it.
+std::unique_ptr<MCUHardwareWatchDog> startWatchdog() {
+    try {
+        auto watchdog = std::make_unique<MCUHardwareWatchDog>();
+        (void)watchdog->start();
+        return watchdog;
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
 bool updateJob(const JobArguments& arguments) {
     MCUUpdateTool tool;
     if (!load(tool, arguments)) {
         return false;
     }
-    MCUHardwareWatchDog watchdog;
-    (void)watchdog.start();  // the update goes ahead without it
+    const std::unique_ptr<MCUHardwareWatchDog> watchdog = startWatchdog();
     const bool succeeded = updateWithSecondRun(tool);
-    watchdog.stop();
+    if (watchdog != nullptr) {
+        watchdog->stop();
+    }
     return succeeded;
 }
 

@@ -19,6 +19,7 @@
 #include "technic/SystemControl.h"
 #include "technic/ThreadId.h"
 #include "technic/TimeUtil.h"
+#include "technic/WithoutBadAlloc.h"
 
 namespace {
 
@@ -91,12 +92,17 @@ GThread::GThread(const function<int>& cycleWork, const std::string& name,
 }
 
 GThread::~GThread() noexcept(false) {
+    // Whatever there is no memory for, the thread is stopped before its works and its record go.
     if (isRunning()) {
-        const std::string text = "force stop thread(" + nameAndId(threadId()) + ")";
-        std::puts(text.c_str());
-        writeThreadException(text);
+        withoutBadAlloc([this] { reportForcedStop(); });
     }
-    (void)stop();
+    withoutBadAlloc([this] { (void)stop(); });
+}
+
+void GThread::reportForcedStop() const {
+    const std::string text = "force stop thread(" + nameAndId(threadId()) + ")";
+    std::puts(text.c_str());
+    writeThreadException(text);
 }
 
 void GThread::setThreadFifoName(const char* p_ThreadFifoName) {

@@ -51,6 +51,7 @@ class GThread : public KdThread {
     int run() override;
 
   private:
+    void reportForcedStop() const;
     void runCycles();
     bool pass();
     int teardown();

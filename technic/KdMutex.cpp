@@ -22,7 +22,8 @@ namespace {
 }  // namespace
 
 KdMutex::KdMutex() : m_cell(new (KD_HERE) MutexCell), m_id(KdMutexIDAlloc::instance()->allocate()) {
-    (void)m_cell->init();  // a new cell; were it refused, the first lock would say so
+    (void)m_cell->init();    // a new cell; were it refused, the first lock would say so
+    (void)kdMutexChecker();  // made by now, so that locking needs no memory
 }
 
 KdMutex::~KdMutex() {
@@ -35,7 +36,12 @@ int KdMutex::lock(const char* file, int line) {
         throwNotInitialised("Mutex(0x%x) not initialized(Key=%x),lock at line %d of %s ", this,
                             m_cell->valid(), file, line);
     }
-    kdMutexChecker()->onLock(this, file, static_cast<std::uint32_t>(line), m_id);
+    try {
+        kdMutexChecker()->onLock(this, file, static_cast<std::uint32_t>(line), m_id);
+    } catch (...) {
+        (void)m_cell->unlock();  // it was valid a moment ago
+        throw;
+    }
     return 0;
 }
 

@@ -16,7 +16,7 @@ class KdMutex {
     KdMutex& operator=(const KdMutex&) = delete;
 
     // Both return 0. They throw std::runtime_error, naming file and line, when the cell is not
-    // valid.
+    // valid, and what the checker throws. A lock that throws is not held.
     int lock(const char* file, int line);
     int unlock(const char* file, int line);
 

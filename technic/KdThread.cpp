@@ -14,6 +14,7 @@
 #include "technic/ThreadInfoManager.h"
 #include "technic/TimeUtil.h"
 #include "technic/TrackedAlloc.h"
+#include "technic/WithoutBadAlloc.h"
 
 namespace {
 
@@ -31,6 +32,17 @@ struct Launch {
     std::promise<void> gateClosed;
 };
 
+// Without memory for the registry itself there is no entry.
+void leaveRegistry(int tid) {
+    withoutBadAlloc([&] { ThreadInfoManager::instance()->unregisterThread(tid); });
+}
+
+// The registry serves reports alone: a thread for whose entry there is no memory runs all the same.
+void enterRegistry(int tid, const std::string& name) {
+    withoutBadAlloc(
+        [&] { ThreadInfoManager::instance()->registerThread(tid, name, pthread_self()); });
+}
+
 // One run of a thread, on the thread itself. Its destructor also runs when the thread is cancelled
 // or ends itself: then, too, no entry of it stays behind and nobody waits for it.
 class Run {
@@ -38,10 +50,10 @@ class Run {
     Run(KdThreadState& state, const std::string& name)
         : m_state(state), m_tid(currentThreadId()), m_result(state.result) {
         m_state.tid.store(m_tid, std::memory_order_relaxed);
-        ThreadInfoManager::instance()->registerThread(m_tid, name, pthread_self());
+        enterRegistry(m_tid, name);
     }
     ~Run() {
-        ThreadInfoManager::instance()->unregisterThread(m_tid);
+        leaveRegistry(m_tid);
         m_state.openGate();
         m_state.left.store(true, std::memory_order_release);
         const KdMutexGuard guard(m_state.stateLock, KD_HERE);
@@ -149,8 +161,11 @@ void* KdThread::threadEntry(void* argument) {
     state.startLock.lock(KD_HERE);
     state.startLock.unlock(KD_HERE);
     Run run(state, launch->thread->getName());
-    const CancelWindow mayBeKilled;
-    run.setResult(launch->thread->run());
+    // A body without memory to go on, or to report that, ends.
+    withoutBadAlloc([&] {
+        const CancelWindow mayBeKilled;
+        run.setResult(launch->thread->run());
+    });
     return nullptr;
 }
 
@@ -185,7 +200,9 @@ void KdThread::stopWait() {
         sleepFor(0, kPollMicroseconds);
     }
     if (isRunning()) {
-        SystemLogger::instance().log("KilledThread", m_name.c_str(), "KdThread.cpp", 156);
+        withoutBadAlloc([this] {
+            SystemLogger::instance().log("KilledThread", m_name.c_str(), "KdThread.cpp", 156);
+        });
         kill();
     }
     // A thread that ended by itself has cleared its handle and its running mark.

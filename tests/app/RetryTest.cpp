@@ -15,6 +15,7 @@
 #include "app/MCUUpdateTool.h"
 #include "app/UpdateJob.h"
 #include "mcu/UpdateNote.h"
+#include "tests/ScarceMemory.h"
 #include "tests/app/ConfigText.h"
 #include "tests/app/FakeMcu.h"
 #include "tests/app/JobFolder.h"
@@ -102,6 +103,13 @@ TEST_F(Retry, ThatCannotBeMadeIsAFailedRun) {
     EXPECT_THAT(waits.all(), ElementsAre(5000, 5000, 5000, 5000, 5000, 20000));
     EXPECT_EQ(countOf(noteText(), "update failed!\n\n\n\n"), 2);
     EXPECT_FALSE(exists(kMarker));
+}
+
+TEST_F(Retry, IsNotNeededWhenTheWatchdogAloneHasNoMemory) {
+    configure({with(completeEntry(), "fileName", "missing.bin")});
+    const ScarceMemory scarce("KdThread.cpp");
+    EXPECT_TRUE(runJob(1, {"config.xml", "", 0}));
+    EXPECT_TRUE(exists(kMarker));
 }
 
 TEST_F(Retry, IsNotNeededForAJobThatCannotBegin) {

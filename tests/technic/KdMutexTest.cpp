@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -195,6 +196,16 @@ TEST(KdMutexChecker, IsToldWhileTheLockIsHeld) {
     mutex.lock(KD_HERE);
     mutex.unlock(KD_HERE);
     EXPECT_EQ(checker.notes.size(), 2U);
+}
+
+TEST(KdMutexChecker, ThatThrowsLeavesTheMutexFree) {
+    KdMutex mutex;
+    {
+        RecordingChecker checker;
+        checker.atNote = [] { throw std::bad_alloc(); };
+        EXPECT_THROW(mutex.lock(KD_HERE), std::bad_alloc);
+    }
+    EXPECT_FALSE(isHeld(mutex.cell()));
 }
 
 TEST(KdMutexChecker, IsNotToldOfAFailure) {
