@@ -1,6 +1,6 @@
 // The channel to the control daemon. Input: the time-out in a byte; what the daemon does, in a byte
-// (below); the lengths of the pieces in which its reply comes, as a text; the reply as a text; the
-// rest is the command.
+// (below); the lengths of the pieces in which its reply comes, as a text; the reply as a text; a
+// flag for moving a file of the command's name to the reply's; the rest is the command.
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "technic/DevicePaths.h"
+#include "technic/DiskManager.h"
 #include "technic/SystemControl.h"
 #include "tests/fuzz/support/FuzzInput.h"
 #include "tests/fuzz/support/Require.h"
@@ -147,8 +148,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const unsigned behaviour = input.byte() % kBehaviours;
     const std::string pieces = input.text();
     const std::string reply = input.text();
+    const bool isMove = input.flag();
     const std::string command = input.rest();
     Daemon daemon(behaviour, reply, pieces);
+    if (isMove) {
+        require(DiskManager::move(command, reply) == 1, "whether something was moved is not told");
+        const std::string moving = "mv " + upToZero(command) + " " + upToZero(reply);
+        requireRequest(daemon.request(), moving);
+        return 0;
+    }
     const int result = sendLocalCommand(command, timeout);
     if (command.empty()) {
         require(result == -9, "an empty command is not sent");

@@ -3,6 +3,7 @@
 // entry that cannot be made is left out.
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -93,6 +94,12 @@ std::vector<std::string> sorted(std::vector<std::string> paths) {
     return paths;
 }
 
+void requireSpace() {
+    std::uint32_t total = 0;
+    std::uint32_t used = 0;
+    require(DiskManager::diskSpace(kTree, total, used), "there is a disk below a directory");
+}
+
 void requireLists(const Content& content) {
     require(sorted(DiskManager::listFiles(kTree)) == sorted(content.files), "every file is listed");
     require(sorted(DiskManager::listDirs(kTree)) == sorted(content.directories),
@@ -114,6 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     Content content;
     look(kTree, content);
     requireLists(content);
+    requireSpace();
     require(DiskManager::removeTree(kTree) == !content.hasHidden, "what is hidden stays");
     require(fs::exists(kTree) == content.hasHidden, "what is not hidden goes");
     require(fs::exists(kOutside + "/file"), "a link is not followed");

@@ -1,9 +1,9 @@
 // Whole jobs: the configuration's values and what the MCUs send are the input's. Input: the Type
-// and the time-out in a byte each; the line's settings in a byte each; a text that is put behind
-// the device's name; the number of entries in a byte, and for each its armType in a byte, a byte of
-// options, and the texts of its name, positions, mask and flag, and its length in a byte; the image
-// as a text; the faults of the line as a text (support/ScriptedLine.h); the rest is what comes out
-// of the line.
+// and the time-out in a byte each; which setting of the line fails, in a byte; the line's settings
+// in a byte each; a text that is put behind the device's name; the number of entries in a byte, and
+// for each its armType in a byte, a byte of options, and the texts of its name, positions, mask and
+// flag, and its length in a byte; the image as a text; the faults of the line as a text
+// (support/ScriptedLine.h); the rest is what comes out of the line.
 #include <unistd.h>
 
 #include <algorithm>
@@ -123,13 +123,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     FuzzInput input(data, size);
     const int type = input.byte() % 5;
     const int timeout = input.byte() % 4;
+    const unsigned failingSetting = input.byte();
     writeFile(kConfig, configOf(input));
     writeFile("/tmp/image.bin", input.text());
     const std::string faults = input.text();
     const std::string replies = input.rest();
     UpdateNote::remove();
     (void)unlink(kMarker);
-    ScriptedLine line({faults, replies});
+    ScriptedLine line({faults, replies, 0, failingSetting});
     const bool succeeded = runJob(type, {kConfig, "/tmp/", timeout});
     if (type == 1) {
         requireUpdateOutcome(succeeded);

@@ -1,19 +1,27 @@
 // The update configuration. Input: the file.
 #include <cctype>
 #include <cstddef>
+#include <cstdint>
+#include <list>
 #include <optional>
 #include <string>
 
 #include "app/EntryPreparation.h"
 #include "app/MCUUpdateTool.h"
 #include "app/UpdateConfig.h"
+#include "technic/SafePointer.h"
+#include "technic/SourceLocation.h"
+#include "technic/TrackedAlloc.h"
 #include "tests/fuzz/support/Files.h"
 #include "tests/fuzz/support/Require.h"
 #include "tests/fuzz/support/XmlOracle.h"
+#include "xmlconfig/XmlConfigureItem.h"
+#include "xmlconfig/XmlConfigureNode.h"
 #include "xmlconfig/XmlConfigureTool.h"
 
 namespace {
 
+constexpr int kLevels = 3;
 constexpr char kConfig[] = "/tmp/update.xml";
 constexpr char kPrefix[] = "/tmp/firmware-";
 
@@ -74,11 +82,46 @@ bool loadTool() {
     return tool.loadConfig();
 }
 
+// Whatever a value is read as, it is there or not.
+template <class Element>
+void readValues(const Element& element) {
+    for (const char* key : {"name", "BaudRate", "armType", "ForceUpdate"}) {
+        std::string text;
+        std::int32_t number = 0;
+        std::uint64_t largeNumber = 0;
+        bool flag = false;
+        const bool isThere = element.getString(key, text);
+        require(element.getInt(key, number) == isThere &&
+                    element.getUInt64(key, largeNumber) == isThere &&
+                    element.getBool(key, flag) == isThere,
+                "a value can be read in every way");
+    }
+}
+
+// Every section down to the third level, and every item of it.
+template <class Parent>
+void readSections(const Parent& parent, int level) {
+    for (const char* name : {"UpdateParam", "UpdateFileList"}) {
+        SafePointer<XmlConfigureNode> node(new (KD_HERE) XmlConfigureNode);
+        if (level == 0 || !parent.getNode(name, node)) {
+            continue;
+        }
+        readValues(*node);
+        std::list<SafePointer<XmlConfigureItem>> items;
+        require(node->getItems(items) != items.empty(), "a list that is there has an item");
+        for (const SafePointer<XmlConfigureItem>& item : items) {
+            readValues(*item);
+        }
+        readSections(*node, level - 1);
+    }
+}
+
 // As a program loads it that goes on to save it. What was saved can be loaded, unless it was made
 // of what the parser takes and does not print as it took it.
 void saveAgain(int encoding) {
     XmlConfigureTool tool;
     if (tool.load(kConfig, encoding, XmlConfigureTool::kModeReadWrite)) {
+        readSections(tool, kLevels);
         require(tool.save() && !tool.isLoaded(), "what was loaded can be saved");
     }
 }

@@ -30,6 +30,11 @@ unsigned char ScriptedLine::nextFault() {
     return at < m_script.faults.size() ? static_cast<unsigned char>(m_script.faults[at]) : '\0';
 }
 
+bool ScriptedLine::isSettingRefused() {
+    ++m_settingCalls;
+    return m_settingCalls == m_script.failingSetting;
+}
+
 bool ScriptedLine::hasReply() const {
     return m_taken < m_script.replies.size() || m_acknowledged < m_script.acknowledgements;
 }
@@ -179,6 +184,9 @@ int ScriptedLine::tcgetattr(int fd, termios* settings) {
     if (!isLine(fd)) {
         return SystemCalls::tcgetattr(fd, settings);
     }
+    if (isSettingRefused()) {
+        return failed(line_fault::kDead);
+    }
     *settings = m_settings;
     return 0;
 }
@@ -186,6 +194,9 @@ int ScriptedLine::tcgetattr(int fd, termios* settings) {
 int ScriptedLine::tcsetattr(int fd, int when, const termios* settings) {
     if (!isLine(fd)) {
         return SystemCalls::tcsetattr(fd, when, settings);
+    }
+    if (isSettingRefused()) {
+        return failed(line_fault::kDead);
     }
     m_settings = *settings;
     return 0;

@@ -16,6 +16,8 @@ struct LineScript {
     std::string replies;
     // So many acknowledgements follow them.
     unsigned acknowledgements = 0;
+    // Which of the calls fails that read or change the settings, counted from 1; 0 for none.
+    unsigned failingSetting = 0;
 };
 
 namespace line_fault {
@@ -67,6 +69,7 @@ class ScriptedLine : public SystemCalls {
     unsigned char nextFault();
     bool nextReply(char& reply);
     bool hasReply() const;
+    bool isSettingRefused();
     ssize_t silence(ssize_t result);
     void setClock(unsigned char fault);
     void pass(long long seconds, long long microseconds);
@@ -74,6 +77,7 @@ class ScriptedLine : public SystemCalls {
     LineScript m_script;
     int m_fd = -1;
     std::size_t m_calls = 0;
+    unsigned m_settingCalls = 0;
     std::size_t m_taken = 0;
     std::size_t m_acknowledged = 0;
     long long m_microseconds = 0;  // that have passed
