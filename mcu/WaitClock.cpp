@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "technic/TimeUtil.h"
+
 namespace {
 
 // Clocks that count whole seconds and are read one after the other may be this much apart without
@@ -9,6 +11,8 @@ namespace {
 constexpr long long kMostSecondsApart = 2;
 
 }  // namespace
+
+WaitClock::WaitClock() : m_wallBegin(localWallSeconds()), m_ticksBegin(monotonicSeconds()) {}
 
 long long WaitClock::seconds() const {
     const long long byWall = localWallSeconds() - m_wallBegin;
