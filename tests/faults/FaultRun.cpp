@@ -222,7 +222,7 @@ FaultReport runWithFaults(const FaultPlan& plan, const CleanUpdate& clean,
             break;
         }
     }
-    if (report.violations.empty()) {
+    if (report.violations.empty() && !surroundings.keepFiles) {
         fs::remove_all(directory);
     }
     return report;

@@ -54,6 +54,6 @@ CleanUpdate recordCleanUpdate(const std::filesystem::path& directory,
 // Runs the plan in the directory, which is made afresh. Runs it again, a few times at most, when a
 // fault did not come, or not as in the clean update: a busy machine can delay the tool so much that
 // it asks again before the fault, or that its background thread says less. The directory goes when
-// nothing was amiss.
+// nothing was amiss, unless files are to be kept.
 FaultReport runWithFaults(const FaultPlan& plan, const CleanUpdate& clean,
                           const std::filesystem::path& directory, const Surroundings& surroundings);

@@ -32,6 +32,7 @@ ParsedSweepOptions parseSweepOptions(int argc, const char* const* argv) {
                    "this run instead, for example flip:0@mcu:version#1:6; may be repeated");
     app.add_option("--sandbox", options.sandbox, "the script that makes the device");
     app.add_option("--tool", options.tool, "the program under test");
+    app.add_flag("--keep", options.keep, "keep the files of every run");
     app.add_flag("--list", options.list, "only show the names of the runs");
     try {
         app.parse(argc, argv);

@@ -16,6 +16,7 @@ struct SweepOptions {
     int stride = 1;                  // every how-many-th run
     std::vector<std::string> plans;  // these runs instead of the sweep's
     bool list = false;
+    bool keep = false;  // the files of all runs
 };
 
 struct ParsedSweepOptions {

@@ -14,6 +14,7 @@ struct Surroundings {
     std::filesystem::path sandbox;  // scripts/sandbox
     std::filesystem::path tool;     // the program under test
     double timeScale = 1;
+    bool keepFiles = false;  // also of runs in which nothing was amiss
 };
 
 // What a run of the tool left behind.

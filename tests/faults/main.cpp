@@ -78,7 +78,7 @@ std::vector<FaultPlan> chosenPlans(const SweepOptions& options, const CleanUpdat
 }
 
 int sweep(const SweepOptions& options) {
-    const Surroundings surroundings{options.sandbox, options.tool, options.timeScale};
+    const Surroundings surroundings{options.sandbox, options.tool, options.timeScale, options.keep};
     SweepRunner runner(options.directory / "runs", surroundings, options.jobs);
     SweepRecord record(options.directory, options.tool);
     if (record.clean().events.empty()) {
