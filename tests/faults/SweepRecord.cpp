@@ -49,6 +49,16 @@ void SweepRecord::keepClean(const CleanUpdate& clean) {
         << "\n";
 }
 
+bool SweepRecord::isDone(const std::string& id) const {
+    const auto found = m_runs.find(id);
+    if (found == m_runs.end()) {
+        return false;
+    }
+    const json& run = found->second;
+    const bool asPlanned = run.at("happened").get<bool>() && run.at("inStep").get<bool>();
+    return asPlanned || !run.at("violations").empty();
+}
+
 void SweepRecord::keep(const FaultReport& report) {
     const json run = jsonOf(report);
     m_runs[run.at("id")] = run;

@@ -20,7 +20,9 @@ class SweepRecord {
     const CleanUpdate& clean() const { return m_clean; }
     void keepClean(const CleanUpdate& clean);
 
-    bool isDone(const std::string& id) const { return m_runs.count(id) != 0; }
+    // Whether the run needs not be done any more. One in which the fault did not come as planned,
+    // as happens on a busy machine, told too little.
+    bool isDone(const std::string& id) const;
     // Kept at once; a run that is not whole on disk after a crash is done again.
     void keep(const FaultReport& report);
 

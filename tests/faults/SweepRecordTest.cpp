@@ -32,6 +32,7 @@ class SweepOnDisk : public testing::Test {
         report.plan = planFrom(id);
         report.verdict = verdict;
         report.happened = true;
+        report.inStep = true;
         report.seconds = 10;
         report.bound = 100;
         return report;
@@ -60,6 +61,16 @@ TEST_F(SweepOnDisk, DoesARunAgainThatIsNotWholeOnDisk) {
     EXPECT_FALSE(record().isDone("drop@wait:start"));
 }
 
+TEST_F(SweepOnDisk, DoesARunAgainInWhichTheFaultDidNotCome) {
+    SweepRecord first = record();
+    first.keepClean({{}, {"wait:start"}});
+    FaultReport missed = report("drop@wait:start", Verdict::Success);
+    missed.happened = false;
+    first.keep(missed);
+
+    EXPECT_FALSE(record().isDone("drop@wait:start"));
+}
+
 TEST_F(SweepOnDisk, IsNotGoneOnWithAfterTheToolHasChanged) {
     SweepRecord first = record();
     first.keepClean({{}, {"wait:start"}});
@@ -71,7 +82,6 @@ TEST_F(SweepOnDisk, IsNotGoneOnWithAfterTheToolHasChanged) {
 TEST_F(SweepOnDisk, ReportsViolationsLiesAndWhatIsNotDone) {
     SweepRecord done = record();
     FaultReport lie = report("flip:0@mcu:version#1:6", Verdict::Lie);
-    lie.inStep = true;
     lie.reason = "because";
     FaultReport hang = report("silence@wait:start", Verdict::Failure);
     hang.violations = {"plain run after it: no success"};
