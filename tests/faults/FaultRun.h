@@ -31,10 +31,11 @@ struct FaultReport {
     bool happened = false;  // whether every fault came
     bool inStep = true;     // whether all went as in the clean update until the first one
     Verdict verdict = Verdict::Failure;
-    std::string reason;  // of a lie, when it is one that the protocol allows
-    int attempts = 0;    // at files, in the run with faults
-    double seconds = 0;  // of the device's time, in the run with faults
-    double bound = 0;    // the most that they may be
+    std::string reason;      // of a lie, when it is one that the protocol allows
+    int attempts = 0;        // at files, in the run with faults
+    double seconds = 0;      // of the device's time, in the run with faults
+    double bound = 0;        // the most that they may be
+    bool recovered = false;  // the plain run succeeded, and every MCU holds its image
     int recoveryAttempts = 0;
     double recoverySeconds = 0;
     std::vector<std::string> violations;  // of what must hold; empty when all is well

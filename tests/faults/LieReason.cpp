@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+const char kAcknowledgementForged[] = "any byte 06 counts as an acknowledgement";
+
 namespace {
 
 bool startsWith(const std::string& text, const std::string& start) {
@@ -40,7 +42,7 @@ std::string lieReason(const Lie& lie) {
         return "a version reply is accepted without its checksum";
     }
     if (lie.acknowledgementForged) {
-        return "any byte 06 counts as an acknowledgement";
+        return kAcknowledgementForged;
     }
     return "";
 }

@@ -14,5 +14,8 @@ struct Lie {
     const std::string& note;
 };
 
+// The reason with which an MCU may be left with an image without its end.
+extern const char kAcknowledgementForged[];
+
 // Why the protocol, or the marker's life, allows this one; empty if nothing does.
 std::string lieReason(const Lie& lie);

@@ -29,6 +29,7 @@ TEST_P(FaultOnTheLine, LeavesATrueVerdictAndMcusThatAPlainRunUpdates) {
     EXPECT_TRUE(report.happened);
     EXPECT_STREQ(titleOf(report.verdict), titleOf(GetParam().verdict));
     EXPECT_THAT(report.violations, IsEmpty());
+    EXPECT_TRUE(report.recovered);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sample, FaultOnTheLine,
@@ -57,6 +58,19 @@ INSTANTIATE_TEST_SUITE_P(Sample, FaultOnTheLine,
                                          Sample{"unplug:2@tool:block#2:900", Verdict::Success},
                                          Sample{"unplug:0@mcu:version#2:3+marker",
                                                 Verdict::Failure}));
+
+// The worst that the protocol allows: the sender is a reply ahead, so that the refusal of the last
+// block comes when it has said that there is no more.
+TEST(DoubledAcknowledgement, LeavesAnImageWithoutItsEndWhenTheLastBlockIsDamaged) {
+    const FaultReport report =
+        runWithFaults(planFrom("duplicate@mcu:block#2:0,flip:0@tool:block#3:500"), kClean,
+                      directoryOfThisTest(FAULTS_DIRECTORY) / "run",
+                      {SANDBOX_SCRIPT, TOOL_PROGRAM, FAULTS_TIME_SCALE});
+    EXPECT_EQ(report.verdict, Verdict::Lie);
+    EXPECT_EQ(report.reason, "any byte 06 counts as an acknowledgement");
+    EXPECT_FALSE(report.recovered);
+    EXPECT_THAT(report.violations, IsEmpty());
+}
 
 class RepeatedBlocks : public testing::TestWithParam<int> {};
 

@@ -80,6 +80,7 @@ json jsonOf(const FaultReport& report) {
             {"attempts", report.attempts},
             {"seconds", report.seconds},
             {"bound", report.bound},
+            {"recovered", report.recovered},
             {"recoveryAttempts", report.recoveryAttempts},
             {"recoverySeconds", report.recoverySeconds},
             {"violations", report.violations}};

@@ -84,6 +84,7 @@ TEST_F(SweepOnDisk, ReportsViolationsLiesAndWhatIsNotDone) {
     FaultReport lie = report("flip:0@mcu:version#1:6", Verdict::Lie);
     lie.reason = "because";
     FaultReport hang = report("silence@wait:start", Verdict::Failure);
+    lie.recovered = true;
     hang.violations = {"plain run after it: no success"};
     done.keep(lie);
     done.keep(hang);

@@ -47,15 +47,11 @@ json emptyRow() {
 
 void count(json& row, const json& run) {
     const bool violated = !run.at("violations").empty();
-    const auto& problems = run.at("violations");
-    const bool recovered = std::none_of(
-        problems.begin(), problems.end(),
-        [](const std::string& problem) { return problem.find("plain run") != std::string::npos; });
     const std::string verdict = run.at("verdict");
     row["runs"] = row["runs"].get<int>() + 1;
     row[verdict] = row[verdict].get<int>() + 1;
     row["violations"] = row["violations"].get<int>() + (violated ? 1 : 0);
-    row["recovered"] = row["recovered"].get<int>() + (recovered ? 1 : 0);
+    row["recovered"] = row["recovered"].get<int>() + (run.at("recovered").get<bool>() ? 1 : 0);
     row["notReached"] = row["notReached"].get<int>() + (run.at("happened").get<bool>() ? 0 : 1);
     raise(row["mostAttempts"], run.at("attempts").get<double>());
     raise(row["longest"], run.at("seconds").get<double>());
