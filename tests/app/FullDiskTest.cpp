@@ -2,7 +2,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <cstdint>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -36,24 +36,24 @@ class FullDisk : public testing::Test {
     }
 
     // Fills the disk but for `bytes`, a multiple of its block size.
-    static void fillBut(std::uint64_t bytes) {
-        struct statvfs disk {};
-        ASSERT_EQ(statvfs("/mnt/mtd/log", &disk), 0);
-        const std::uint64_t room = disk.f_bavail * std::uint64_t{disk.f_frsize};
-        ASSERT_GE(room, bytes);
-        writeFile(kFiller, std::string(room - bytes, 'f'));
-        ASSERT_EQ(statvfs("/mnt/mtd/log", &disk), 0);
-        ASSERT_EQ(disk.f_bavail * std::uint64_t{disk.f_frsize}, bytes);
+    static void fillBut(std::size_t bytes) {
+        ASSERT_GE(room(), bytes);
+        writeFile(kFiller, std::string(room() - bytes, 'f'));
+        ASSERT_EQ(room(), bytes);
     }
     static void makeRoom() { std::filesystem::remove(kFiller); }
 
-    static std::uint64_t blockSize() {
-        struct statvfs disk {};
-        (void)statvfs("/mnt/mtd/log", &disk);
-        return disk.f_frsize;
-    }
+    static std::size_t blockSize() { return disk().f_frsize; }
 
     const OutputCapture m_errors{STDERR_FILENO};
+
+  private:
+    static struct statvfs disk() {
+        struct statvfs status {};
+        EXPECT_EQ(statvfs("/mnt/mtd/log", &status), 0);
+        return status;
+    }
+    static std::size_t room() { return static_cast<std::size_t>(disk().f_bavail) * blockSize(); }
 };
 
 TEST_F(FullDisk, TakesNoNoteUntilThereIsRoomAgain) {
