@@ -61,15 +61,12 @@ const std::vector<Noise> kFirstBlock = {
 const std::vector<Noise> kTowardsToolFatal = {
     {"AByteBeforeTheStartByte",
      {{"on", "start"}, {"n", 1}, {"do", "noise"}, {"where", "before"}, {"bytes", "aa"}}},
-    {"ALostStartByte", {{"on", "start"}, {"n", 1}, {"do", "drop"}}},
     {"AByteBeforeAnAck",
      {{"on", "block"}, {"n", 2}, {"do", "noise"}, {"where", "before"}, {"bytes", "00"}}},
     {"AByteAfterAnAck",
      {{"on", "block"}, {"n", 2}, {"do", "noise"}, {"where", "after"}, {"bytes", "00"}}},
     {"ADamagedAck", {{"on", "block"}, {"n", 2}, {"do", "flip"}, {"mask", 128}}},
     {"ACanInsteadOfAnAck", {{"on", "block"}, {"n", 2}, {"do", "flip"}, {"mask", 30}}},
-    {"ALostAck", {{"on", "block"}, {"n", 2}, {"do", "drop"}}},
-    {"ALostEot", {{"on", "eot"}, {"n", 1}, {"do", "ignore"}}},
 };
 
 class NoisyLine : public testing::Test {

@@ -13,6 +13,7 @@
 // XmodemSender alone, with files that no update configuration could describe, too, in real time.
 namespace {
 
+using nlohmann::json;
 using std::chrono::milliseconds;
 
 // The sender drains its line for three seconds unless told otherwise.
@@ -23,8 +24,8 @@ constexpr milliseconds kLimit{10000};
 // A boot loader that has given its permission, on a line of its own.
 class Permission : public SimulatedLine {
   public:
-    Permission() : SimulatedLine("sender") {
-        startMcus({arm1BehindRx(kStartDelayMilliseconds, "boot")}, nullptr, {"--pty-link", line()});
+    explicit Permission(const json& faults = nullptr) : SimulatedLine("sender") {
+        startMcus({arm1BehindRx(kStartDelayMilliseconds, "boot")}, faults, {"--pty-link", line()});
         askForUpdate();
     }
     std::string line() const { return directory() / "line"; }
@@ -52,11 +53,8 @@ void shortenDraining(const std::string& line) {
     (void)close(port);
 }
 
-class SenderSize : public testing::TestWithParam<std::size_t> {};
-
-TEST_P(SenderSize, OfAnyFileIsBroughtToAForeignReceiver) {
-    const Permission bootLoader;
-    const FirmwareImage file(GetParam());
+// Sends the file and waits until the receiver has it.
+void expectToArrive(const Permission& bootLoader, const FirmwareImage& file) {
     file.writeTo(bootLoader.file("file.bin"));
     XmodemSender sender;
     ASSERT_TRUE(sender.open(bootLoader.line()));
@@ -69,8 +67,37 @@ TEST_P(SenderSize, OfAnyFileIsBroughtToAForeignReceiver) {
     EXPECT_TRUE(bootLoader.storedImage("ARM1") == file.padded());
 }
 
+class SenderSize : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(SenderSize, OfAnyFileIsBroughtToAForeignReceiver) {
+    const Permission bootLoader;
+    expectToArrive(bootLoader, FirmwareImage(GetParam()));
+}
+
 INSTANTIATE_TEST_SUITE_P(Bytes, SenderSize,
                          testing::Values(0, 1, 127, 1023, 1024, 1025, 2048, 261120, 261121,
                                          4194304));
+
+// The receiver asks again before the sender gives up: after 13 seconds for the first block and
+// after 5 for anything else.
+struct Loss {
+    std::string name;
+    json fault;
+};
+
+class LostByte : public testing::TestWithParam<Loss> {};
+
+TEST_P(LostByte, IsMadeUpForByTheReceiversPatience) {
+    const Permission bootLoader(json::array({GetParam().fault}));
+    expectToArrive(bootLoader, FirmwareImage(3000));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Bytes, LostByte,
+    testing::Values(Loss{"StartByte", {{"on", "start"}, {"n", 1}, {"do", "drop"}}},
+                    Loss{"Ack", {{"on", "block"}, {"n", 2}, {"do", "drop"}}},
+                    Loss{"LastAck", {{"on", "block"}, {"n", 3}, {"do", "drop"}}},
+                    Loss{"Eot", {{"on", "eot"}, {"n", 1}, {"do", "ignore"}}}),
+    [](const auto& tested) { return tested.param.name; });
 
 }  // namespace

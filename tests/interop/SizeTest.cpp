@@ -56,7 +56,8 @@ TEST_P(Size, OfAnyImageIsBroughtToAForeignReceiver) {
 // 36 bytes is the least that holds what the configuration says of an image. The block after the
 // 255th, which ends at byte 261120, carries the number 0.
 INSTANTIATE_TEST_SUITE_P(Bytes, Size,
-                         testing::Values(36, 127, 1023, 1024, 1025, 2048, 261120, 261121, 4194304));
+                         testing::Values(36, 127, 1023, 1024, 1025, 2048, 261120, 261121,
+                                         LARGEST_IMAGE));
 
 TEST(SmallestImage, ThatCanHoldAVersionIsBroughtToAForeignReceiver) {
     Device device;
