@@ -76,7 +76,7 @@ TEST_P(SenderSize, OfAnyFileIsBroughtToAForeignReceiver) {
 
 INSTANTIATE_TEST_SUITE_P(Bytes, SenderSize,
                          testing::Values(0, 1, 127, 1023, 1024, 1025, 2048, 261120, 261121,
-                                         4194304));
+                                         LARGEST_IMAGE));
 
 // The receiver asks again before the sender gives up: after 13 seconds for the first block and
 // after 5 for anything else.
