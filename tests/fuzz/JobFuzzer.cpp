@@ -1,9 +1,10 @@
 // Whole jobs: the configuration's values and what the MCUs send are the input's. Input: the Type
-// and the time-out in a byte each; which setting of the line fails, in a byte; the line's settings
-// in a byte each; a text that is put behind the device's name; the number of entries in a byte, and
-// for each its armType in a byte, a byte of options, and the texts of its name, positions, mask and
-// flag, and its length in a byte; the image as a text; the faults of the line as a text
-// (support/ScriptedLine.h); the rest is what comes out of the line.
+// and the time-out in a byte each; what becomes of the line, in a byte: which of its settings
+// fails, and kLeaves when the line goes away; the line's settings in a byte each; a text that is
+// put behind the device's name; the number of entries in a byte, and for each its armType in a
+// byte, a byte of options, and the texts of its name, positions, mask and flag, and its length in a
+// byte; the image as a text; the faults of the line as a text (support/ScriptedLine.h); the rest is
+// what comes out of the line.
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,6 +25,7 @@ namespace {
 
 constexpr char kConfig[] = "/tmp/job.xml";
 constexpr char kMarker[] = "MCUUpdateSuccess";
+constexpr unsigned kLeaves = 0x80;
 constexpr unsigned kOtherFile = 0x01;  // the entry names a file that is not there
 constexpr std::size_t kBlockLength = 1029;
 const std::string kReboot("\xFE\x01\x10\x04\x00\x0F\x00\x00\x24\xFF", 10);
@@ -123,14 +125,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     FuzzInput input(data, size);
     const int type = input.byte() % 5;
     const int timeout = input.byte() % 4;
-    const unsigned failingSetting = input.byte();
+    const unsigned fate = input.byte();
     writeFile(kConfig, configOf(input));
     writeFile("/tmp/image.bin", input.text());
     const std::string faults = input.text();
     const std::string replies = input.rest();
     UpdateNote::remove();
     (void)unlink(kMarker);
-    ScriptedLine line({faults, replies, 0, failingSetting});
+    ScriptedLine line({faults, replies, 0, fate % kLeaves, fate >= kLeaves});
     const bool succeeded = runJob(type, {kConfig, "/tmp/", timeout});
     if (type == 1) {
         requireUpdateOutcome(succeeded);

@@ -21,16 +21,23 @@ constexpr unsigned kDirectory = 0x02;     // the file is a directory: it opens, 
 constexpr unsigned kLarge = 0x04;         // 255 blocks more
 constexpr unsigned kAcknowledged = 0x08;  // acknowledgements without end follow what is sent
 
+constexpr std::size_t kMostLength = std::size_t{16} * 1024;
 constexpr std::size_t kLargeLength = std::size_t{255} * 1024;
 constexpr unsigned kManyAcknowledgements = 400;
 constexpr char kPath[] = "/tmp/image.bin";
 
-std::string contentOf(std::size_t length) {
-    std::string content(length, '\0');
-    for (std::size_t i = 0; i < length; ++i) {
+// Neighbouring blocks of it differ.
+std::string longestContent() {
+    std::string content(kMostLength + kLargeLength, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i) {
         content[i] = static_cast<char>(i * 7 + i / 1024 + 1);
     }
     return content;
+}
+
+std::string contentOf(std::size_t length) {
+    static const std::string kLongest = longestContent();
+    return kLongest.substr(0, length);
 }
 
 bool isSilence(const ScriptedLine::Event& event) {
@@ -73,7 +80,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const LittleTime limit;
     FuzzInput input(data, size);
     const unsigned options = input.byte();
-    const std::size_t length = input.word() + ((options & kLarge) != 0 ? kLargeLength : 0);
+    const std::size_t length =
+        input.word() % kMostLength + ((options & kLarge) != 0 ? kLargeLength : 0);
     const int timeout = input.byte() % 64 - 1;
     const std::string faults = input.text();
     const unsigned acknowledgements = (options & kAcknowledged) != 0 ? kManyAcknowledgements : 0;

@@ -63,7 +63,8 @@ int ScriptedLine::open(const char* path, int flags, mode_t mode) {
     if (flags != O_RDWR) {
         return SystemCalls::open(path, flags, mode);
     }
-    if (std::strcmp(path, kPath) != 0) {
+    const bool isGone = m_script.leaves && m_calls > 0 && !hasReply();
+    if (isGone || std::strcmp(path, kPath) != 0) {
         errno = ENOENT;
         return -1;
     }

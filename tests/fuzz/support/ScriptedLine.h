@@ -18,6 +18,8 @@ struct LineScript {
     unsigned acknowledgements = 0;
     // Which of the calls fails that read or change the settings, counted from 1; 0 for none.
     unsigned failingSetting = 0;
+    // The line is gone when it is opened again after it has said everything.
+    bool leaves = false;
 };
 
 namespace line_fault {
